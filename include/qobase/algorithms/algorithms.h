@@ -1,0 +1,2 @@
+// Every public header of this subsystem: interned strings, JSON values, the filtered data list, the assignment solver, edit distance.
+#pragma once

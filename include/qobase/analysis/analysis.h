@@ -1,0 +1,2 @@
+// Every public header of this subsystem: power spectra and note onset detection.
+#pragma once

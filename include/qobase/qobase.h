@@ -1,0 +1,15 @@
+// The whole public interface of QOBase in one include.
+#pragma once
+
+#include <qobase/result_code.h>
+#include <qobase/version.h>
+
+#include <qobase/strings/strings.h>
+#include <qobase/files/files.h>
+#include <qobase/streams/streams.h>
+#include <qobase/audio/audio.h>
+#include <qobase/midi/midi.h>
+#include <qobase/analysis/analysis.h>
+#include <qobase/text/text.h>
+#include <qobase/system/system.h>
+#include <qobase/algorithms/algorithms.h>

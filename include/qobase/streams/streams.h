@@ -1,0 +1,2 @@
+// Every public header of this subsystem: byte sources and sinks, the simple read stream, Base64 and GUID text.
+#pragma once
