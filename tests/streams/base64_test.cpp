@@ -104,6 +104,21 @@ TEST(Base64Decode, InvalidCharacterGivesEmptyOutputWhereverItStands) {
   EXPECT_TRUE(chars.empty());
 }
 
+TEST(Base64Decode, EveryPositionOfASpaceOrAnInvalidCharacter) {
+  // Covers each offset within the whole-group fast paths and the character-by-character walk.
+  std::string data;
+  for (int i = 0; i < 75; ++i) data.push_back(static_cast<char>(i * 37 + 11));
+  const std::string text = Encoded(data);
+  for (size_t position = 0; position <= text.size(); ++position) {
+    std::string spaced = text;
+    spaced.insert(position, 1, '\n');
+    EXPECT_EQ(Decoded(spaced), Bytes(data)) << position;
+    std::string broken = text;
+    broken.insert(position, 1, '!');
+    EXPECT_TRUE(Decoded(broken).empty()) << position;
+  }
+}
+
 TEST(Base64Decode, HighBitAlphabetAndMisplacedPadding) {
   // An alphabet character or "=" with its high bit set reads as the plain character.
   EXPECT_EQ(Decoded("\xD4\xD7\xC6\xF5"), Bytes("Man"));
