@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "streams/base64_simd.h"
+
 namespace {
 
 constexpr char k_alphabet[65] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -91,6 +93,11 @@ long DecodeInto(const unsigned char* in, size_t length, unsigned char* out) {
   size_t i = 0;
   while (i < end) {
     if (count == 0) {
+      if (qobase_internal::Base64SimdAvailable()) {
+        const size_t done = qobase_internal::DecodeBlocksSimd(in + i, end - i, out);
+        i += done;
+        out += done / 4 * 3;
+      }
       // Fast path: whole groups of four alphabet characters that are not the last group, two
       // at a time and then one. The 8-byte store of two groups stays inside the output: at
       // least one more group follows, and the output has 4 spare bytes.
@@ -225,6 +232,11 @@ void QoBase64::Encode(const void* bytes, size_t length, std::vector<char>& outpu
   auto* out = reinterpret_cast<unsigned char*>(output.data());
 
   const unsigned char* const end = in + length;
+  if (qobase_internal::Base64SimdAvailable()) {
+    const size_t done = qobase_internal::EncodeBlocksSimd(in, length, out);
+    in += done;
+    out += done / 3 * 4;
+  }
   // Two groups per step from one 8-byte load; stops while 8 bytes are still readable.
   while (end - in >= 8) {
     uint64_t word;

@@ -116,6 +116,11 @@ TEST(Base64Decode, EveryPositionOfASpaceOrAnInvalidCharacter) {
     std::string broken = text;
     broken.insert(position, 1, '!');
     EXPECT_TRUE(Decoded(broken).empty()) << position;
+    if (position < text.size() && text[position] != '=') {
+      std::string highBit = text;
+      highBit[position] = static_cast<char>(highBit[position] | 0x80);
+      EXPECT_EQ(Decoded(highBit), Bytes(data)) << position;
+    }
   }
 }
 
@@ -129,14 +134,42 @@ TEST(Base64Decode, HighBitAlphabetAndMisplacedPadding) {
   EXPECT_EQ(Decoded("TQ=A"), (std::vector<unsigned char>{0x4D, 0x3F, 0xC0}));
 }
 
-TEST(Base64RoundTrip, EveryLengthAndByteValue) {
+// Bit by bit, the slow and obvious way.
+std::string ReferenceEncoded(const std::string& data) {
+  static const char alphabet[] =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  int bits = 0;
+  int value = 0;
+  for (unsigned char c : data) {
+    for (int b = 7; b >= 0; --b) {
+      value = (value << 1) | ((c >> b) & 1);
+      if (++bits == 6) {
+        text.push_back(alphabet[value]);
+        bits = value = 0;
+      }
+    }
+  }
+  if (bits) text.push_back(alphabet[value << (6 - bits)]);
+  while (text.size() % 4) text.push_back('=');
+  return text;
+}
+
+TEST(Base64RoundTrip, EveryLengthMatchesAReferenceEncoder) {
+  // Lengths around every block size of the bulk loops, then one long buffer.
   std::mt19937 random(42);
   for (size_t length = 0; length < 200; ++length) {
     std::string data(length, '\0');
     for (char& c : data) c = static_cast<char>(random());
     const std::string text = Encoded(data);
+    ASSERT_EQ(text, ReferenceEncoded(data)) << length;
     ASSERT_EQ(Decoded(text), Bytes(data)) << length;
   }
+  std::string big(100003, '\0');
+  for (char& c : big) c = static_cast<char>(random());
+  const std::string bigText = Encoded(big);
+  EXPECT_EQ(bigText, ReferenceEncoded(big));
+  EXPECT_EQ(Decoded(bigText), Bytes(big));
   std::string all;
   for (int i = 0; i < 256; ++i) all.push_back(static_cast<char>(i));
   EXPECT_EQ(Decoded(Encoded(all)), Bytes(all));
