@@ -2,6 +2,7 @@
 
 #include <qobase/strings/string_help.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -218,7 +219,14 @@ CStdStr FormatNumberString(const CStdStr& text, unsigned int precision) {
   const bool negative = integer[0] == '-';
   if (carry) {
     const long long value = std::strtoll(integer.c_str(), nullptr, 10);
-    integer = std::to_string(negative ? value - 1 : value + 1);
+    if (value == (negative ? LLONG_MIN : LLONG_MAX)) {
+      // Beyond the 64-bit range: carry through the digits themselves instead of overflowing.
+      std::string digits = integer.substr(negative ? 1 : 0);
+      if (IncrementDigits(digits)) digits.insert(0, 1, '1');
+      integer = (negative ? "-" : "") + digits;
+    } else {
+      integer = std::to_string(negative ? value - 1 : value + 1);
+    }
   }
   // A negative number between -1 and 0 keeps its sign as long as a non-zero decimal shows it.
   const bool keepSign = fractionText.find_first_of("123456789") != std::string::npos;
@@ -227,7 +235,8 @@ CStdStr FormatNumberString(const CStdStr& text, unsigned int precision) {
 
 CStdStr GetSizeString(long long bytes, bool perSecond, int precision) {
   CStdStr format;
-  format.Fmt("%%.%df %%s", precision);
+  // A negative precision would make the format malformed; it counts as none.
+  format.Fmt("%%.%df %%s", precision < 0 ? 0 : precision);
   const char* unit = "Bytes";
   float divisor = 1.0f;
   if (bytes <= 999) {

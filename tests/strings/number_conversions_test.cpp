@@ -122,6 +122,10 @@ TEST(NumberFormat, FormatNumberStringRoundsPadsAndGroups) {
   EXPECT_EQ(FormatNumberString("0.125", 2), "0.13");
   EXPECT_EQ(FormatNumberString("0.1249", 2), "0.12");
   EXPECT_EQ(FormatNumberString("000.5", 3), "0.500");
+  // A carry at the edge of the 64-bit range goes through the digits.
+  EXPECT_EQ(FormatNumberString("9223372036854775806.5", 0), "9 223 372 036 854 775 807");
+  EXPECT_EQ(FormatNumberString("9223372036854775807.5", 0), "9 223 372 036 854 775 808");
+  EXPECT_EQ(FormatNumberString("-99999999999999999999.9", 0), "-100 000 000 000 000 000 000");
 }
 
 TEST(NumberFormat, NegativeBelowOneKeepsItsSignWhileADecimalShowsIt) {
@@ -149,6 +153,7 @@ TEST(NumberFormat, GetSizeStringUnitsSwitchAtAThousand) {
   EXPECT_EQ(GetSizeString(5368709120LL, false, 0), "5 GB");
   EXPECT_EQ(GetSizeString(1073741824000LL, false, 2), "0.98 TB");
   EXPECT_EQ(GetSizeString(2199023255552LL, true, 3), "2.000 TB/s");
+  EXPECT_EQ(GetSizeString(1536, false, -4), "2 KB");
   // Single precision: 2^24 + 1 bytes is 2^24 as a float, exactly 16 MB.
   EXPECT_EQ(GetSizeString(16777217, false, 7), "16.0000000 MB");
 }

@@ -60,13 +60,13 @@ void CompactNumberString(CStdStr& text);
 // its integer digits grouped by three with blanks: "1234567.891" to 2 gives "1 234 567.89", to 0
 // "1 234 568". A text with more than one "." gives "". A negative number keeps its sign when its
 // integer part is zero and a non-zero decimal remains ("-0.25" to 1 gives "-0.3"; "-0.04" to 1
-// gives "0.0").
+// gives "0.0"). A carry beyond the 64-bit range is carried through the digits.
 CStdStr FormatNumberString(const CStdStr& text, unsigned int precision);
 
 // A byte count with its unit: "Bytes" up to 999 (no decimals), then "KB", "MB", "GB", "TB" in
 // powers of 1024 switching at 1000 of the previous unit, with `precision` decimals: 1536 to 1
 // gives "1.5 KB"; with `perSecond` the unit ends in "/s" ("1.5 KB/s"). Computed in single
-// precision.
+// precision; a negative precision counts as 0.
 CStdStr GetSizeString(long long bytes, bool perSecond, int precision);
 
 // The current local time: Time "%r" (e.g. "03:04:05 PM"), Date "%F", DateAndTime "%F %r";
