@@ -67,11 +67,6 @@ inline unsigned char* PutGroup(unsigned char* out, uint32_t group) {
   return out + 3;
 }
 
-inline uint32_t Combine(const unsigned char* v) {
-  return (static_cast<uint32_t>(v[0]) << 18) | (static_cast<uint32_t>(v[1]) << 12) |
-         (static_cast<uint32_t>(v[2]) << 6) | v[3];
-}
-
 // The 8-bit results of a group of four values, as the reference decoder computes them (values
 // of 0xFF from a misplaced "=" included).
 inline void GroupBytes(const unsigned char* v, unsigned char* bytes) {
