@@ -60,6 +60,12 @@ constexpr std::array<uint32_t, 256> k_shifted0 = MakeShiftedTable(0);
 
 bool IsSkippedSpace(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
+// The 24 bits of four characters, with k_slowPath set when any of them is not a plain
+// alphabet character.
+inline uint32_t LookupGroup(const unsigned char* p) {
+  return k_shifted18[p[0]] | k_shifted12[p[1]] | k_shifted6[p[2]] | k_shifted0[p[3]];
+}
+
 // Writes the three bytes of a full group; `out` has at least four bytes of room.
 inline unsigned char* PutGroup(unsigned char* out, uint32_t group) {
   const uint32_t bigEndian = __builtin_bswap32(group << 8);
@@ -93,18 +99,14 @@ long DecodeInto(const unsigned char* in, size_t length, unsigned char* out) {
         i += done;
         out += done / 4 * 3;
       }
-      // Fast path: whole groups of four alphabet characters that are not the last group, two
-      // at a time and then one. The 8-byte store of two groups stays inside the output: at
-      // least one more group follows, and the output has 4 spare bytes.
+      // Fast path: whole groups of four alphabet characters that are not the last group, four
+      // at a time and then one. The 8-byte stores stay inside the output: more characters
+      // follow, and the output has 4 spare bytes.
       while (i + 16 < end) {
-        const uint32_t g0 = k_shifted18[in[i]] | k_shifted12[in[i + 1]] |
-                            k_shifted6[in[i + 2]] | k_shifted0[in[i + 3]];
-        const uint32_t g1 = k_shifted18[in[i + 4]] | k_shifted12[in[i + 5]] |
-                            k_shifted6[in[i + 6]] | k_shifted0[in[i + 7]];
-        const uint32_t g2 = k_shifted18[in[i + 8]] | k_shifted12[in[i + 9]] |
-                            k_shifted6[in[i + 10]] | k_shifted0[in[i + 11]];
-        const uint32_t g3 = k_shifted18[in[i + 12]] | k_shifted12[in[i + 13]] |
-                            k_shifted6[in[i + 14]] | k_shifted0[in[i + 15]];
+        const uint32_t g0 = LookupGroup(in + i);
+        const uint32_t g1 = LookupGroup(in + i + 4);
+        const uint32_t g2 = LookupGroup(in + i + 8);
+        const uint32_t g3 = LookupGroup(in + i + 12);
         if ((g0 | g1 | g2 | g3) & k_slowPath) break;
         const uint64_t a = __builtin_bswap64(((static_cast<uint64_t>(g0) << 24) | g1) << 16);
         const uint64_t b = __builtin_bswap64(((static_cast<uint64_t>(g2) << 24) | g3) << 16);
@@ -113,21 +115,8 @@ long DecodeInto(const unsigned char* in, size_t length, unsigned char* out) {
         out += 12;
         i += 16;
       }
-      while (i + 8 < end) {
-        const uint32_t first = k_shifted18[in[i]] | k_shifted12[in[i + 1]] |
-                               k_shifted6[in[i + 2]] | k_shifted0[in[i + 3]];
-        const uint32_t second = k_shifted18[in[i + 4]] | k_shifted12[in[i + 5]] |
-                                k_shifted6[in[i + 6]] | k_shifted0[in[i + 7]];
-        if ((first | second) & k_slowPath) break;
-        const uint64_t both = (static_cast<uint64_t>(first) << 24) | second;
-        const uint64_t bigEndian = __builtin_bswap64(both << 16);
-        std::memcpy(out, &bigEndian, 8);
-        out += 6;
-        i += 8;
-      }
       while (i + 4 < end) {
-        const uint32_t group = k_shifted18[in[i]] | k_shifted12[in[i + 1]] |
-                               k_shifted6[in[i + 2]] | k_shifted0[in[i + 3]];
+        const uint32_t group = LookupGroup(in + i);
         if (group & k_slowPath) break;
         out = PutGroup(out, group);
         i += 4;
