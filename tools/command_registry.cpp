@@ -72,7 +72,12 @@ bool ReadInput(const std::string& file, std::string& contents) {
   }
   std::ifstream in(file, std::ios::binary);
   if (!in) return false;
-  contents.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  // Reading a directory opens fine but throws on the first read.
+  try {
+    contents.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  } catch (const std::exception&) {
+    return false;
+  }
   return !in.bad();
 }
 

@@ -2,3 +2,6 @@
 #pragma once
 
 #include <qobase/strings/std_str.h>
+#include <qobase/strings/string_help.h>
+#include <qobase/strings/regex_helpers.h>
+#include <qobase/strings/number_conversions.h>

@@ -1,0 +1,266 @@
+#include <qobase/streams/base64.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+#include "streams/base64_simd.h"
+
+namespace {
+
+constexpr char k_alphabet[65] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+constexpr std::array<unsigned char, 256> MakeDecodingTable() {
+  std::array<unsigned char, 256> table{};
+  for (auto& entry : table) entry = QoBase64::k_invalid;
+  for (int i = 0; i < 64; ++i) {
+    const auto c = static_cast<unsigned char>(k_alphabet[i]);
+    table[c] = static_cast<unsigned char>(i);
+    table[c + 128] = static_cast<unsigned char>(i);
+  }
+  table['='] = QoBase64::k_padding;
+  table['=' + 128] = QoBase64::k_padding;
+  return table;
+}
+
+constexpr std::array<unsigned char, 256> k_decodingTable = MakeDecodingTable();
+
+// Encoding: every 12-bit half of a 3-byte group maps to two characters, stored as one 16-bit
+// word in memory order, so a group costs two loads and one store with no branches.
+constexpr std::array<uint16_t, 4096> MakePairTable() {
+  std::array<uint16_t, 4096> table{};
+  for (int v = 0; v < 4096; ++v) {
+    const auto first = static_cast<unsigned char>(k_alphabet[v >> 6]);
+    const auto second = static_cast<unsigned char>(k_alphabet[v & 0x3F]);
+    table[v] = static_cast<uint16_t>(first | (second << 8));
+  }
+  return table;
+}
+
+constexpr std::array<uint16_t, 4096> k_pairTable = MakePairTable();
+
+// Decoding: the value of a character already shifted into its place in a 24-bit group. Any
+// byte that is not a plain alphabet character (white space, "=", invalid) sets bit 24, so one OR
+// of four lookups tells whether the group can take the fast path.
+constexpr uint32_t k_slowPath = 1u << 24;
+
+constexpr std::array<uint32_t, 256> MakeShiftedTable(int shift) {
+  std::array<uint32_t, 256> table{};
+  for (int c = 0; c < 256; ++c) {
+    const unsigned char value = k_decodingTable[c];
+    table[c] = value < 64 ? static_cast<uint32_t>(value) << shift : k_slowPath;
+  }
+  return table;
+}
+
+constexpr std::array<uint32_t, 256> k_shifted18 = MakeShiftedTable(18);
+constexpr std::array<uint32_t, 256> k_shifted12 = MakeShiftedTable(12);
+constexpr std::array<uint32_t, 256> k_shifted6 = MakeShiftedTable(6);
+constexpr std::array<uint32_t, 256> k_shifted0 = MakeShiftedTable(0);
+
+bool IsSkippedSpace(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+// The 24 bits of four characters, with k_slowPath set when any of them is not a plain
+// alphabet character.
+inline uint32_t LookupGroup(const unsigned char* p) {
+  return k_shifted18[p[0]] | k_shifted12[p[1]] | k_shifted6[p[2]] | k_shifted0[p[3]];
+}
+
+// Writes the three bytes of a full group; `out` has at least four bytes of room.
+inline unsigned char* PutGroup(unsigned char* out, uint32_t group) {
+  const uint32_t bigEndian = __builtin_bswap32(group << 8);
+  std::memcpy(out, &bigEndian, 4);
+  return out + 3;
+}
+
+// The 8-bit results of a group of four values, as the reference decoder computes them (values
+// of 0xFF from a misplaced "=" included).
+inline void GroupBytes(const unsigned char* v, unsigned char* bytes) {
+  bytes[0] = static_cast<unsigned char>((v[0] << 2) | (v[1] >> 4));
+  bytes[1] = static_cast<unsigned char>((v[1] << 4) | (v[2] >> 2));
+  bytes[2] = static_cast<unsigned char>((v[2] << 6) | v[3]);
+}
+
+// Decodes into `out`, which has room for ((length + 3) / 4) * 3 + 4 bytes. Returns the number of
+// bytes produced, or -1 when the text holds an invalid character.
+long DecodeInto(const unsigned char* in, size_t length, unsigned char* out) {
+  // The last group is the one holding the last character that is not white space.
+  size_t end = length;
+  while (end > 0 && IsSkippedSpace(in[end - 1])) --end;
+
+  unsigned char* const start = out;
+  unsigned char values[4];
+  int count = 0;
+  size_t i = 0;
+  while (i < end) {
+    if (count == 0) {
+      if (qobase_internal::Base64SimdAvailable()) {
+        const size_t done = qobase_internal::DecodeBlocksSimd(in + i, end - i, out);
+        i += done;
+        out += done / 4 * 3;
+      }
+      // Fast path: whole groups of four alphabet characters that are not the last group, four
+      // at a time and then one. The 8-byte stores stay inside the output: more characters
+      // follow, and the output has 4 spare bytes.
+      while (i + 16 < end) {
+        const uint32_t g0 = LookupGroup(in + i);
+        const uint32_t g1 = LookupGroup(in + i + 4);
+        const uint32_t g2 = LookupGroup(in + i + 8);
+        const uint32_t g3 = LookupGroup(in + i + 12);
+        if ((g0 | g1 | g2 | g3) & k_slowPath) break;
+        const uint64_t a = __builtin_bswap64(((static_cast<uint64_t>(g0) << 24) | g1) << 16);
+        const uint64_t b = __builtin_bswap64(((static_cast<uint64_t>(g2) << 24) | g3) << 16);
+        std::memcpy(out, &a, 8);
+        std::memcpy(out + 6, &b, 8);
+        out += 12;
+        i += 16;
+      }
+      while (i + 4 < end) {
+        const uint32_t group = LookupGroup(in + i);
+        if (group & k_slowPath) break;
+        out = PutGroup(out, group);
+        i += 4;
+      }
+      if (i >= end) break;
+    }
+    const unsigned char c = in[i++];
+    if (IsSkippedSpace(c)) continue;
+    const unsigned char value = k_decodingTable[c];
+    if (value == QoBase64::k_invalid) return -1;
+    values[count++] = value;
+    if (count == 4) {
+      count = 0;
+      if (i == end) {
+        // The last group: padding in the last two places counts as zero.
+        unsigned char bytes[3];
+        if (values[3] == QoBase64::k_padding) {
+          const bool onlyOne = values[2] == QoBase64::k_padding;
+          values[3] = 0;
+          if (onlyOne) values[2] = 0;
+          GroupBytes(values, bytes);
+          std::memcpy(out, bytes, onlyOne ? 1 : 2);
+          out += onlyOne ? 1 : 2;
+        } else {
+          GroupBytes(values, bytes);
+          std::memcpy(out, bytes, 3);
+          out += 3;
+        }
+        return out - start;
+      }
+      unsigned char bytes[3];
+      GroupBytes(values, bytes);
+      std::memcpy(out, bytes, 3);
+      out += 3;
+    }
+  }
+  if (count > 0) {
+    // A short last group of k values gives (6 * k) / 8 bytes, missing values taken as zero.
+    for (int k = count; k < 4; ++k) values[k] = 0;
+    unsigned char bytes[3];
+    GroupBytes(values, bytes);
+    const int produced = (6 * count) / 8;
+    std::memcpy(out, bytes, static_cast<size_t>(produced));
+    out += produced;
+  }
+  return out - start;
+}
+
+template <typename Byte>
+void DecodeToVector(const char* text, size_t length, std::vector<Byte>& output) {
+  if (!text || length == 0) {
+    output.clear();
+    return;
+  }
+  output.resize((length + 3) / 4 * 3 + 4);
+  const long produced = DecodeInto(reinterpret_cast<const unsigned char*>(text), length,
+                                   reinterpret_cast<unsigned char*>(output.data()));
+  if (produced < 0) {
+    output.clear();
+    return;
+  }
+  const auto size = static_cast<size_t>(produced);
+  output[size] = 0;  // stays in the storage after the resize: the data reads as a C string
+  output.resize(size);
+}
+
+}  // namespace
+
+const char QoBase64::szDigits[65] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+const unsigned char QoBase64::szTable[256] = {
+#define QOBASE64_ROW(r)                                                                        \
+  k_decodingTable[r + 0], k_decodingTable[r + 1], k_decodingTable[r + 2], k_decodingTable[r + 3], \
+      k_decodingTable[r + 4], k_decodingTable[r + 5], k_decodingTable[r + 6],                  \
+      k_decodingTable[r + 7]
+    QOBASE64_ROW(0),   QOBASE64_ROW(8),   QOBASE64_ROW(16),  QOBASE64_ROW(24),
+    QOBASE64_ROW(32),  QOBASE64_ROW(40),  QOBASE64_ROW(48),  QOBASE64_ROW(56),
+    QOBASE64_ROW(64),  QOBASE64_ROW(72),  QOBASE64_ROW(80),  QOBASE64_ROW(88),
+    QOBASE64_ROW(96),  QOBASE64_ROW(104), QOBASE64_ROW(112), QOBASE64_ROW(120),
+    QOBASE64_ROW(128), QOBASE64_ROW(136), QOBASE64_ROW(144), QOBASE64_ROW(152),
+    QOBASE64_ROW(160), QOBASE64_ROW(168), QOBASE64_ROW(176), QOBASE64_ROW(184),
+    QOBASE64_ROW(192), QOBASE64_ROW(200), QOBASE64_ROW(208), QOBASE64_ROW(216),
+    QOBASE64_ROW(224), QOBASE64_ROW(232), QOBASE64_ROW(240), QOBASE64_ROW(248),
+#undef QOBASE64_ROW
+};
+
+void QoBase64::Encode(const void* bytes, size_t length, std::vector<char>& output) {
+  if (!bytes || length == 0) {
+    output.clear();
+    return;
+  }
+  const size_t textLength = (length + 2) / 3 * 4;
+  // Room for the text, its zero byte, and the 4-byte stores of the last groups.
+  output.resize(textLength + 4);
+  const auto* in = static_cast<const unsigned char*>(bytes);
+  auto* out = reinterpret_cast<unsigned char*>(output.data());
+
+  const unsigned char* const end = in + length;
+  if (qobase_internal::Base64SimdAvailable()) {
+    const size_t done = qobase_internal::EncodeBlocksSimd(in, length, out);
+    in += done;
+    out += done / 3 * 4;
+  }
+  // Two groups per step from one 8-byte load; stops while 8 bytes are still readable.
+  while (end - in >= 8) {
+    uint64_t word;
+    std::memcpy(&word, in, 8);
+    word = __builtin_bswap64(word);
+    const auto first = static_cast<uint32_t>(word >> 40);
+    const auto second = static_cast<uint32_t>(word >> 16) & 0xFFFFFF;
+    const uint64_t chars = static_cast<uint64_t>(k_pairTable[first >> 12]) |
+                           (static_cast<uint64_t>(k_pairTable[first & 0xFFF]) << 16) |
+                           (static_cast<uint64_t>(k_pairTable[second >> 12]) << 32) |
+                           (static_cast<uint64_t>(k_pairTable[second & 0xFFF]) << 48);
+    std::memcpy(out, &chars, 8);
+    in += 6;
+    out += 8;
+  }
+  const size_t whole = static_cast<size_t>(end - in) / 3;
+  for (size_t g = 0; g < whole; ++g, in += 3, out += 4) {
+    const uint32_t group = (static_cast<uint32_t>(in[0]) << 16) |
+                           (static_cast<uint32_t>(in[1]) << 8) | in[2];
+    const uint32_t chars = static_cast<uint32_t>(k_pairTable[group >> 12]) |
+                           (static_cast<uint32_t>(k_pairTable[group & 0xFFF]) << 16);
+    std::memcpy(out, &chars, 4);
+  }
+  const size_t rest = static_cast<size_t>(end - in);
+  if (rest > 0) {
+    const uint32_t group = (static_cast<uint32_t>(in[0]) << 16) |
+                           (rest == 2 ? static_cast<uint32_t>(in[1]) << 8 : 0u);
+    out[0] = static_cast<unsigned char>(k_alphabet[group >> 18]);
+    out[1] = static_cast<unsigned char>(k_alphabet[(group >> 12) & 0x3F]);
+    out[2] = rest == 2 ? static_cast<unsigned char>(k_alphabet[(group >> 6) & 0x3F]) : '=';
+    out[3] = '=';
+  }
+  output[textLength] = '\0';
+  output.resize(textLength);
+}
+
+void QoBase64::Decode(const char* text, size_t length, std::vector<unsigned char>& output) {
+  DecodeToVector(text, length, output);
+}
+
+void QoBase64::Decode(const char* text, size_t length, std::vector<char>& output) {
+  DecodeToVector(text, length, output);
+}
