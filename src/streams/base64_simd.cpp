@@ -7,11 +7,17 @@
 
 namespace qobase_internal {
 
+namespace {
+bool s_simdAllowed = true;
+}  // namespace
+
+void SetBase64SimdAllowed(bool allowed) { s_simdAllowed = allowed; }
+
 #if QOBASE_BASE64_SIMD
 
 bool Base64SimdAvailable() {
   static const bool available = __builtin_cpu_supports("ssse3");
-  return available;
+  return available && s_simdAllowed;
 }
 
 namespace {

@@ -7,8 +7,12 @@
 
 namespace qobase_internal {
 
-// True when the processor runs the loops below.
+// True when the processor runs the loops below and they have not been switched off.
 bool Base64SimdAvailable();
+
+// Switches the vector loops off (or back on where the processor has them), so the scalar loops
+// can be exercised on any machine. Not thread-safe: meant for test set-up.
+void SetBase64SimdAllowed(bool allowed);
 
 // Encodes 12-byte blocks of `in` while 16 bytes are readable; writes 16 characters per block
 // (stores of 16 bytes, inside the output as long as it has 4 bytes after the text).
