@@ -70,7 +70,9 @@ int XmlTextReaderLite::GetLinePosition() const {
 
 bool XmlTextReaderLite::Read() {
   do {
-    m_eof = xmlTextReaderRead(m_reader) != 1;
+    const int result = xmlTextReaderRead(m_reader);
+    m_eof = result != 1;
+    m_failed = result < 0;
   } while (!m_eof && xmlTextReaderNodeType(m_reader) == QO::k_xmlNodeSignificantWhitespace);
   return !m_eof;
 }
@@ -182,3 +184,13 @@ bool XmlTextReaderLite::GetAttribute(const CStdStr& name, CStdStr& value) {
   xmlTextReaderMoveToElement(m_reader);
   return true;
 }
+
+bool XmlTextReaderLite::MoveToFirstAttribute() {
+  return xmlTextReaderMoveToFirstAttribute(m_reader) == 1;
+}
+
+bool XmlTextReaderLite::MoveToNextAttribute() {
+  return xmlTextReaderMoveToNextAttribute(m_reader) == 1;
+}
+
+bool XmlTextReaderLite::MoveToElement() { return xmlTextReaderMoveToElement(m_reader) == 1; }

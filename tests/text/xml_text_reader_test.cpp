@@ -244,3 +244,41 @@ TEST(XmlTextReaderTest, DestroyThroughTheInterface) {
   EXPECT_EQ(reader->GetName(), "r");
   reader->Destroy();
 }
+
+TEST(XmlTextReaderTest, AttributeWalkAndFailureFlag) {
+  XmlTextReaderLite reader = MemoryReader("<r a=\"1\" b=\"x&lt;\"><c/></r>");
+  ASSERT_TRUE(reader.Read());
+  std::vector<std::string> attributes;
+  for (bool more = reader.MoveToFirstAttribute(); more; more = reader.MoveToNextAttribute()) {
+    attributes.push_back(reader.GetName() + "=" + reader.GetValue());
+    EXPECT_EQ(reader.GetNodeType(), QO::k_xmlNodeAttribute);
+  }
+  EXPECT_EQ(attributes, (std::vector<std::string>{"a=1", "b=x<"}));
+  EXPECT_EQ(reader.MoveToContent(), QO::k_xmlNodeElement);
+  EXPECT_EQ(reader.GetName(), "r");
+  ASSERT_TRUE(reader.MoveToFirstAttribute());
+  EXPECT_TRUE(reader.MoveToElement());
+  EXPECT_EQ(reader.GetName(), "r");
+  ASSERT_TRUE(reader.Read());
+  EXPECT_FALSE(reader.MoveToFirstAttribute());  // <c/> has none
+  while (reader.Read()) {
+  }
+  EXPECT_FALSE(reader.HasFailed());
+
+  // Long enough that the error after the root element is met well after the first nodes.
+  std::string text = "<r>";
+  for (int i = 0; i < 20000; ++i) text += "<c/>";
+  text += "</r><bad";
+  XmlTextReaderLite broken(CStdStr(text), XmlTextReaderLite::k_xmlSourceMemory);
+  int nodes = 0;
+  while (broken.Read()) ++nodes;
+  EXPECT_GT(nodes, 1000);
+  EXPECT_TRUE(broken.HasFailed());
+  EXPECT_TRUE(broken.IsEOF());
+
+  XmlTextReaderLite fine = MemoryReader("<r/>");
+  while (fine.Read()) {
+  }
+  EXPECT_FALSE(fine.HasFailed());
+  EXPECT_TRUE(fine.IsEOF());
+}

@@ -102,6 +102,15 @@ class XmlTextReaderLite : public QO::IXmlTextReader {
   // standing on a start tag) to `text`, stopping at the first other node.
   void ReadString(CStdStr& text);
 
+  // Steps through the current element's attributes: the first, then the next one each call
+  // (GetName and GetValue describe it); false when there is none left. MoveToElement returns to
+  // the element.
+  bool MoveToFirstAttribute();
+  bool MoveToNextAttribute();
+  bool MoveToElement();
+  // True when the last Read stopped on an error rather than at the end of the document.
+  bool HasFailed() const { return m_failed; }
+
  private:
   void Open(const char* source, std::size_t length, XmlSource kind);
   void MoveToElementIfOnAttribute();
@@ -109,4 +118,5 @@ class XmlTextReaderLite : public QO::IXmlTextReader {
   _xmlTextReader* m_reader = nullptr;
   char* m_text = nullptr;
   bool m_eof = true;
+  bool m_failed = false;
 };
