@@ -1,19 +1,14 @@
 // JSONTextWriter: JSON formatted straight into the writer's buffer.
 #include <qobase/text/json_text_writer.h>
 
+#include "text/escape_scan.h"
+
 namespace {
 
 // True when the text holds a character that JSON escapes with a backslash.
 bool NeedsJsonEscape(const CStdStr& text) {
-  for (const char ch : text) {
-    switch (ch) {
-      case '\\': case '"': case '\b': case '\t': case '\n': case '\f': case '\r':
-        return true;
-      default:
-        break;
-    }
-  }
-  return false;
+  const char* end = text.data() + text.size();
+  return qobase_text::FindJsonSpecial(text.data(), end) != end;
 }
 
 const char* OpeningBracket(QO::XmlElementType::ElementType type) {
@@ -114,6 +109,29 @@ void JSONTextWriter::WriteEndElement() {
   m_state = k_stateAfterValue;
 }
 
+// One pass straight into the buffer. Each character maps on its own, so this gives the same
+// bytes as EscapeJSONCharacters without its copies.
+void JSONTextWriter::WriteEscaped(const CStdStr& text) {
+  const char* run = text.data();
+  const char* const end = run + text.size();
+  for (const char* p = qobase_text::FindJsonSpecial(run, end); p != end;
+       p = qobase_text::FindJsonSpecial(run, end)) {
+    WriteString(run, static_cast<std::size_t>(p - run));
+    char escape[2] = {'\\', *p};
+    switch (*p) {
+      case '\b': escape[1] = 'b'; break;
+      case '\f': escape[1] = 'f'; break;
+      case '\n': escape[1] = 'n'; break;
+      case '\r': escape[1] = 'r'; break;
+      case '\t': escape[1] = 't'; break;
+      default: break;  // backslash and double quote stand for themselves
+    }
+    WriteString(escape, 2);
+    run = p + 1;
+  }
+  WriteString(run, static_cast<std::size_t>(end - run));
+}
+
 void JSONTextWriter::WriteQuotedText(const CStdStr& text) {
   if (m_state == k_stateAfterValue) {
     WriteString(",", 1);
@@ -122,13 +140,7 @@ void JSONTextWriter::WriteQuotedText(const CStdStr& text) {
   } else if (m_state == k_stateElementStart) {
     WriteString("\"", 1);
   }
-  if (NeedsJsonEscape(text)) {
-    CStdStr escaped(text);
-    EscapeJSONCharacters(escaped);
-    WriteRaw(escaped);
-  } else {
-    WriteRaw(text);
-  }
+  WriteEscaped(text);
   WriteString("\"", 1);
   m_state = k_stateAfterValue;
 }

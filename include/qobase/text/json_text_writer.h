@@ -57,6 +57,7 @@ class JSONTextWriter : public QoTextWriterBuffer {
   // A line feed and the current indentation.
   void NewLine();
   void WriteQuotedText(const CStdStr& text);
+  void WriteEscaped(const CStdStr& text);
 
   unsigned int m_state = k_stateStart;
   unsigned int m_indent = 0;
