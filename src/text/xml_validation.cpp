@@ -21,10 +21,10 @@ void ErrorHandlerAdapter(void* userData, xmlError* error) {
 }
 #endif
 
-// Made when the library is loaded, destroyed when it is unloaded.
-XmlGlobals s_xmlGlobals;
-
 }  // namespace
+
+// Made when the library is loaded, destroyed when it is unloaded.
+XmlGlobals XmlGlobals::s_instance;
 
 XmlGlobals::XmlGlobals() {
   xmlInitParser();
@@ -46,7 +46,7 @@ XmlGlobals::~XmlGlobals() {
   xmlCleanupParser();
 }
 
-XmlGlobals& XmlGlobals::Get() { return s_xmlGlobals; }
+XmlGlobals& XmlGlobals::Get() { return s_instance; }
 
 void XmlGlobals::StructuredErrorHandler(void* userData, _xmlError* error) {
   if (!userData || !error) return;

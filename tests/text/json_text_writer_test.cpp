@@ -137,14 +137,19 @@ TEST(JsonTextWriterTest, AppendAfterAValueAddsTheSeparator) {
   EXPECT_TRUE(writer.Append(&fragment));  // nothing is opened for the new element
   writer.WriteEndElement();
   writer.WriteEndDocument();
+  EXPECT_FALSE(writer.Append(nullptr));
   EXPECT_EQ(Text(writer), "{\n \"f\": \"1\",\n \"f\": \"1\",\n \"g\": \"f\": \"1\"\n}");
 
+  // The text of an XML writer is taken as it is.
   XmlTextWriterLite2 xml;
   xml.WriteRaw("<x/>");
   JSONTextWriter mixed;
+  mixed.WriteStartDocument();
+  mixed.WriteStartElement("a", Object);
+  mixed.WriteString("1");
+  mixed.WriteEndElement();
   EXPECT_TRUE(mixed.Append(&xml));
-  EXPECT_FALSE(mixed.Append(nullptr));
-  EXPECT_EQ(Text(mixed), "<x/>");
+  EXPECT_EQ(Text(mixed), "{\n \"a\": \"1\",\n <x/>");
 }
 
 TEST(JsonTextWriterTest, AllocBufferKeepsTheTextOfAMemoryWriter) {

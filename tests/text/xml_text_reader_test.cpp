@@ -91,6 +91,8 @@ TEST(XmlTextReaderTest, FileReaderAndUnreadableSources) {
   EXPECT_EQ(missing.GetName(), "");
   EXPECT_EQ(missing.GetValue(), "");
   EXPECT_EQ(missing.GetNodeType(), -1);
+  EXPECT_TRUE(missing.IsEmptyElement());  // libxml2's -1 is non-zero
+  EXPECT_EQ(missing.GetLineNumber(), 0);
   EXPECT_EQ(missing.MoveToContent(), -1);
   EXPECT_FALSE(missing.Skip());
   EXPECT_EQ(missing.ReadElementString("x"), "");
@@ -235,14 +237,11 @@ TEST(XmlTextReaderTest, GetAttribute) {
   EXPECT_EQ(reader.GetName(), "r");
   ASSERT_TRUE(reader.Read());
   EXPECT_EQ(reader.GetName(), "c");
-}
 
-TEST(XmlTextReaderTest, DestroyThroughTheInterface) {
-  QO::IXmlTextReader* reader =
-      new XmlTextReaderLite("<r/>", XmlTextReaderLite::k_xmlSourceMemory);
-  EXPECT_TRUE(reader->Read());
-  EXPECT_EQ(reader->GetName(), "r");
-  reader->Destroy();
+  QO::IXmlTextReader* owned = new XmlTextReaderLite("<r a=\"1\"/>", XmlTextReaderLite::k_xmlSourceMemory);
+  EXPECT_TRUE(owned->Read());
+  EXPECT_EQ(owned->GetAttribute("a"), "1");
+  owned->Destroy();
 }
 
 TEST(XmlTextReaderTest, AttributeWalkAndFailureFlag) {

@@ -122,14 +122,3 @@ TEST(XmlValidationTest, UnusableSchemasFailOnceAndAreNeverReadAgain) {
   EXPECT_NE(holder.parser, nullptr);
   EXPECT_EQ(holder.schema, nullptr);
 }
-
-TEST(XmlValidationTest, HandlerKeepsTheLastErrorOfAnyParse) {
-  const std::string text = "<a>\n\n<b>";
-  xmlDocPtr doc = xmlReadMemory(text.data(), static_cast<int>(text.size()), "", nullptr, 0);
-  EXPECT_EQ(doc, nullptr);
-  const XmlGlobals& globals = XmlGlobals::Get();
-  EXPECT_NE(globals.m_lastErrorMessage.find("Premature end of data in tag"), std::string::npos)
-      << globals.m_lastErrorMessage;
-  EXPECT_EQ(globals.m_lastErrorLine, 3u);
-  EXPECT_GT(globals.m_lastErrorColumn, 0u);
-}

@@ -61,8 +61,12 @@ class XmlGlobals {
   unsigned int m_lastErrorColumn = 0;
   std::map<CStdStr, SchemaHolder> m_schemas;
 
-  XmlGlobals();
-  ~XmlGlobals();
   XmlGlobals(const XmlGlobals&) = delete;
   XmlGlobals& operator=(const XmlGlobals&) = delete;
+
+ private:
+  XmlGlobals();
+  ~XmlGlobals();
+
+  static XmlGlobals s_instance;
 };
