@@ -156,7 +156,8 @@ void JSONTextWriter::WriteAttributeString(const CStdStr& name, const CStdStr& va
 }
 
 void JSONTextWriter::WriteRaw(const CStdStr& text) {
-  // Room for three times the text, as the conversion this writer grew from needed.
+  // Room for three times the text is made first (flushing a file writer, growing a memory one),
+  // the same rule Append follows with the plain length.
   if (text.empty() || !MakeRoom(3 * text.size())) return;
   WriteString(text.data(), text.size());
 }
