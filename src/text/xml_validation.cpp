@@ -2,6 +2,7 @@
 #include <qobase/text/xml_validation.h>
 
 #include <libxml/parser.h>
+#include <libxml/xmlversion.h>
 #include <libxml/xmlerror.h>
 #include <libxml/xmlschemas.h>
 
@@ -21,6 +22,15 @@ void ErrorHandlerAdapter(void* userData, xmlError* error) {
 }
 #endif
 
+// Newer libxml2 releases mark the per-thread default as deprecated; it still works and is the
+// only way to reach threads started later.
+void SetThreadDefaultErrorHandler(XmlGlobals* globals) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+  xmlThrDefSetStructuredErrorFunc(globals, globals ? ErrorHandlerAdapter : nullptr);
+#pragma GCC diagnostic pop
+}
+
 }  // namespace
 
 // Made when the library is loaded, destroyed when it is unloaded.
@@ -30,7 +40,7 @@ XmlGlobals::XmlGlobals() {
   xmlInitParser();
   xmlSetStructuredErrorFunc(this, ErrorHandlerAdapter);
   // libxml2 keeps the handler per thread: make it the default of threads started later too.
-  xmlThrDefSetStructuredErrorFunc(this, ErrorHandlerAdapter);
+  SetThreadDefaultErrorHandler(this);
 }
 
 XmlGlobals::~XmlGlobals() {
@@ -42,7 +52,7 @@ XmlGlobals::~XmlGlobals() {
   }
   m_schemas.clear();
   xmlSetStructuredErrorFunc(nullptr, nullptr);
-  xmlThrDefSetStructuredErrorFunc(nullptr, nullptr);
+  SetThreadDefaultErrorHandler(nullptr);
   xmlCleanupParser();
 }
 

@@ -4,6 +4,7 @@
 #include <libxml/parser.h>
 
 #include <string>
+#include <thread>
 
 #include "support/temp_dir.h"
 
@@ -121,4 +122,17 @@ TEST(XmlValidationTest, UnusableSchemasFailOnceAndAreNeverReadAgain) {
   EXPECT_NE(holder.document, nullptr);
   EXPECT_NE(holder.parser, nullptr);
   EXPECT_EQ(holder.schema, nullptr);
+}
+
+TEST(XmlValidationTest, ErrorsOfOtherThreadsReachTheHandler) {
+  std::thread worker([] {
+    const std::string text = "<a>\n<b>";
+    xmlDocPtr doc = xmlReadMemory(text.data(), static_cast<int>(text.size()), "", nullptr, 0);
+    if (doc) xmlFreeDoc(doc);
+  });
+  worker.join();
+  const XmlGlobals& globals = XmlGlobals::Get();
+  EXPECT_NE(globals.m_lastErrorMessage.find("Premature end of data in tag"), std::string::npos)
+      << globals.m_lastErrorMessage;
+  EXPECT_EQ(globals.m_lastErrorLine, 2u);
 }
