@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <mutex>
 #include <new>
 #include <random>
@@ -20,10 +22,17 @@ const unsigned int k_tempNameCount = 0xFFFF;
 // Serialises the choice and creation of temporary names within the process.
 CriticalSection s_tempNameLock;
 
+// Seeded once from the system's random device; without one, from the clock and the process id,
+// which still differ between processes started together.
 std::mt19937& TempNameGenerator() {
-  static std::mt19937 s_generator([] {
-    std::random_device device("/dev/urandom");
-    return device();
+  static std::mt19937 s_generator([]() -> std::uint32_t {
+    try {
+      std::random_device device("/dev/urandom");
+      return device();
+    } catch (const std::exception&) {
+      const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
+      return static_cast<std::uint32_t>(ticks) ^ (static_cast<std::uint32_t>(getpid()) << 16);
+    }
   }());
   return s_generator;
 }

@@ -14,7 +14,7 @@ namespace zu {
 using PathFilterFunction = std::function<bool(const CStdStr&)>;
 
 // Appends the path of every entry below `dir` that is not a directory, separators collapsed, in
-// iteration order (symbolic links to directories are listed as entries, not followed). `files`
+// iteration order (symbolic links to directories are neither followed nor listed). `files`
 // is not cleared. False when `dir` does not exist. Throws the path library's filesystem_error
 // when a directory below `dir` cannot be read.
 bool ListDirectoryRecursive(const CStdStr& dir, std::vector<CStdStr>& files);
