@@ -1,2 +1,4 @@
 // Every public header of this subsystem: interned strings, JSON values, the filtered data list, the assignment solver, edit distance.
 #pragma once
+
+#include <qobase/algorithms/fnv_hash.h>

@@ -1,2 +1,9 @@
 // Every public header of this subsystem: the XML and JSON writers, the XML reader and schema validation.
 #pragma once
+
+#include <qobase/text/json_text_writer.h>
+#include <qobase/text/text_writer_buffer.h>
+#include <qobase/text/xml_text_reader.h>
+#include <qobase/text/xml_text_writer.h>
+#include <qobase/text/xml_text_writer_lite2.h>
+#include <qobase/text/xml_validation.h>
