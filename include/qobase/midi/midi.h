@@ -3,5 +3,6 @@
 
 #include <qobase/midi/midi_active_notes.h>
 #include <qobase/midi/midi_event.h>
+#include <qobase/midi/midi_file.h>
 #include <qobase/midi/midi_parse_at.h>
 #include <qobase/midi/midi_track.h>
