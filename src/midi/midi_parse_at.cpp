@@ -64,6 +64,9 @@ void QoMidiParseAt::QuickParse() {
   if ((m_flags & k_flagStructureChecked) || !m_buffer) return;
   m_flags |= k_flagStructureChecked;
   m_flags &= ~k_flagStructureValid;
+  // The table always matches m_numTracks: the old one goes before the header is read.
+  std::free(m_tracks);
+  m_tracks = nullptr;
 
   const unsigned char* data = m_buffer;
   const size_t size = m_bufferSize;
@@ -75,7 +78,6 @@ void QoMidiParseAt::QuickParse() {
   m_division = ReadBig16(data + 12);
   if (m_division & 0x8000) return;  // SMPTE time code
 
-  std::free(m_tracks);
   m_tracks = static_cast<QoMidiTrack*>(std::calloc(m_numTracks, sizeof(QoMidiTrack)));
   if (!m_tracks) return;
 
