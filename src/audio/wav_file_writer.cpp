@@ -5,7 +5,9 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <cstdio>
 #include <memory>
+#include <new>
 
 #include "audio/sample_conversion.h"
 
@@ -18,6 +20,8 @@ T FieldAt(const void* record, size_t offset) {
   std::memcpy(&v, static_cast<const unsigned char*>(record) + offset, sizeof(T));
   return v;
 }
+
+constexpr size_t k_streamBufferSize = 1024 * 1024;
 
 struct FreeDeleter {
   void operator()(void* p) const { std::free(p); }
@@ -76,6 +80,12 @@ bool QoWavFileWriter::Open(const zu::Path& path, bool bigEndian) {
   const CStdStr parent = path.GetParent();
   if (!parent.empty()) zu::EnsureDirectoryExists(parent);
   if (m_file.Open(path, k_openModeWrite, 0) != QO::k_resultSuccess) return false;
+  // Samples arrive in blocks of a few thousand frames: a large stream buffer turns them into
+  // few large writes.
+  if (!m_streamBuffer) m_streamBuffer.reset(new (std::nothrow) char[k_streamBufferSize]);
+  if (m_streamBuffer && m_file.GetStream() != nullptr) {
+    setvbuf(m_file.GetStream(), m_streamBuffer.get(), _IOFBF, k_streamBufferSize);
+  }
   m_bigEndian = bigEndian;
   m_chunksWritten = 0;
   m_dataStart = 0;
