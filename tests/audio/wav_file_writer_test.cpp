@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <qobase/audio/wav_file_writer.h>
 
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -152,6 +153,58 @@ TEST(WavFileWriter, SampleConversionEdges) {
   EXPECT_EQ("01 00 FF FF 02 00 FE FF", dataOf(false, 16, {1.5f / 32767, -1.5f / 32767, 2.5f / 32767, -2.5f / 32767}, 2));
   // A value just below a step truncates to the step below it.
   EXPECT_EQ("00 00", dataOf(false, 16, {0.99f / 32767}));
+}
+
+// x * scale clamped to [-(scale + 1), scale] and truncated, computed the plain way in double.
+int32_t Reference(float x, double scale) {
+  double v = static_cast<double>(x) * scale;
+  if (v < -(scale + 1)) v = -(scale + 1);
+  if (v > scale) v = scale;
+  return static_cast<int32_t>(v);
+}
+
+TEST(WavFileWriter, IntegerConversionMatchesTheExactDefinition) {
+  // Inputs around every clamp bound and step, plus a pseudo-random sweep over [-1.5, 1.5].
+  std::vector<float> inputs;
+  for (double scale : {32767.0, 8388607.0}) {
+    for (double edge : {-(scale + 1) / scale, -1.0, 1.0, 0.0, 0.5, -0.5, 1.0 / scale, -1.0 / scale, 12345.0 / scale}) {
+      float x = static_cast<float>(edge);
+      for (int i = 0; i < 4; ++i) x = std::nextafter(x, -10.0f);
+      for (int i = 0; i < 9; ++i, x = std::nextafter(x, 10.0f)) inputs.push_back(x);
+    }
+  }
+  uint32_t seed = 12345;
+  for (int i = 0; i < 20000; ++i) {
+    seed = seed * 1664525u + 1013904223u;
+    inputs.push_back((static_cast<float>(seed >> 8) / 16777216.0f - 0.5f) * 3.0f);
+  }
+  inputs.push_back(1e30f);
+  inputs.push_back(-1e30f);
+  qotest::TempDir dir;
+  for (uint16_t bits : {16, 24}) {
+    for (bool big : {false, true}) {
+      SCOPED_TRACE(std::to_string(bits) + (big ? " RIFX" : " RIFF"));
+      const std::string path = dir.File("x.wav");
+      QoWavFileWriter writer;
+      ASSERT_TRUE(writer.Open(zu::Path(path), big));
+      writer.SetFormat(Extensible(1, bits));
+      ASSERT_TRUE(writer.WriteChunks(0));
+      ASSERT_TRUE(writer.WriteReal32AsPCMData(static_cast<unsigned int>(inputs.size()), inputs.data()));
+      ASSERT_TRUE(writer.Close());
+      const std::string data = qotest::ReadFileBytes(path).substr(12 + 52 + 8);
+      const size_t width = bits / 8;
+      ASSERT_EQ(inputs.size() * width, data.size());
+      for (size_t i = 0; i < inputs.size(); ++i) {
+        uint32_t u = 0;
+        for (size_t b = 0; b < width; ++b) {
+          const unsigned char byte = static_cast<unsigned char>(data[i * width + (big ? b : width - 1 - b)]);
+          u = (u << 8) | byte;
+        }
+        const int32_t got = static_cast<int32_t>(u << (32 - 8 * width)) >> (32 - 8 * width);
+        ASSERT_EQ(Reference(inputs[i], bits == 16 ? 32767.0 : 8388607.0), got) << "input " << inputs[i];
+      }
+    }
+  }
 }
 
 TEST(WavFileWriter, RefusesWhatItCannotWrite) {
