@@ -7,6 +7,18 @@ namespace {
 void Swap(uint16_t& v) { v = WavByteSwapHelpers::Swap16(v); }
 void Swap(uint32_t& v) { v = WavByteSwapHelpers::Swap32(v); }
 
+// The leading fields that both aligned format records share, cbSize included.
+template <typename Format>
+void SwapBasicFormatFields(Format& format) {
+  Swap(format.wFormatTag);
+  Swap(format.nChannels);
+  Swap(format.nSamplesPerSec);
+  Swap(format.nAvgBytesPerSec);
+  Swap(format.nBlockAlign);
+  Swap(format.wBitsPerSample);
+  Swap(format.cbSize);
+}
+
 void ConvertSamples(unsigned char* data, unsigned int size, unsigned int bitsPerSample, bool keep8Bit) {
   if (data == nullptr) return;
   if (bitsPerSample == 16) {
@@ -54,25 +66,13 @@ void WavByteSwapHelpers::Convert(tWAVEFORMATEX& format) {
 }
 
 void WavByteSwapHelpers::Convert(WAVEFORMATEXTENSIBLE& format) {
-  Swap(format.wFormatTag);
-  Swap(format.nChannels);
-  Swap(format.nSamplesPerSec);
-  Swap(format.nAvgBytesPerSec);
-  Swap(format.nBlockAlign);
-  Swap(format.wBitsPerSample);
-  Swap(format.cbSize);
+  SwapBasicFormatFields(format);
   Swap(format.wValidBitsPerSample);
   Swap(format.dwChannelMask);
 }
 
 void WavByteSwapHelpers::Convert(WaveFormatExtensible& format) {
-  Swap(format.wFormatTag);
-  Swap(format.nChannels);
-  Swap(format.nSamplesPerSec);
-  Swap(format.nAvgBytesPerSec);
-  Swap(format.nBlockAlign);
-  Swap(format.wBitsPerSample);
-  Swap(format.cbSize);
+  SwapBasicFormatFields(format);
   Swap(format.wReserved);
   Swap(format.channelConfig);
 }
