@@ -36,8 +36,8 @@ bool WriteDemoFile(const std::string& path) {
     samples[2 * i + 1] = 0.25f * s;
   }
   char intro[] = "intro", hit[] = "hit";
-  std::vector<QO_WAVE_MARKER> markers = {{1, 0, sizeof(intro), intro}, {2, 12000, sizeof(hit), hit},
-                                         {3, 18000, 0, nullptr}};
+  std::vector<QO_WAVE_MARKER> markers = {
+      {1, 0, sizeof(intro), intro}, {2, 12000, sizeof(hit), hit}, {3, 18000, 0, nullptr}};
   QoWavFileWriter writer;
   if (!writer.Open(zu::Path(path), false)) return false;
   writer.SetFormat(format);
@@ -49,7 +49,8 @@ bool WriteDemoFile(const std::string& path) {
 
 bool AudioDemo(std::ostream& out) {
   const char* base = getenv("TMPDIR");
-  std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/qobase-demo-XXXXXX";
+  std::string pattern =
+      std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/qobase-demo-XXXXXX";
   std::vector<char> name(pattern.begin(), pattern.end());
   name.push_back('\0');
   if (mkdtemp(name.data()) == nullptr) return false;
@@ -58,7 +59,8 @@ bool AudioDemo(std::ostream& out) {
 
   bool ok = WriteDemoFile(path);
   if (ok) {
-    out << "   wrote tone.wav: 24-bit stereo, loop 6000-18000, markers \"intro\", \"hit\" and one unlabelled\n";
+    out << "   wrote tone.wav: 24-bit stereo, loop 6000-18000, markers \"intro\", \"hit\" and one "
+           "unlabelled\n";
     QoWavFileReader reader;
     ok = reader.Open(zu::Path(path)) && reader.ReadChunks(0x1F);
     if (ok) {
@@ -68,7 +70,8 @@ bool AudioDemo(std::ostream& out) {
       reader.SeekToAudioFrame(12000);
       ok = reader.ReadPCMDataAsFloat32(4, block.data()) == 4;
       char line[128];
-      std::snprintf(line, sizeof(line), "   samples at the \"hit\" marker (left): %.4f %.4f %.4f %.4f\n", block[0],
+      std::snprintf(line, sizeof(line),
+                    "   samples at the \"hit\" marker (left): %.4f %.4f %.4f %.4f\n", block[0],
                     block[2], block[4], block[6]);
       out << line;
     }

@@ -18,9 +18,10 @@ std::string Hex(unsigned int value) {
 std::string ConfigText(QoChannelConfig config) {
   static const char* const sa_types[] = {"anonymous", "standard", "ambisonic"};
   const unsigned int type = QO::GetChannelConfigType(config);
-  std::string text = Hex(config) + " (" + std::to_string(QO::GetChannelConfigNumChannels(config)) + " channels, " +
-                     (type < 3 ? sa_types[type] : "unknown");
-  if (type == QO::k_channelConfigStandard) text += ", mask " + Hex(QO::GetChannelConfigMask(config));
+  std::string text = Hex(config) + " (" + std::to_string(QO::GetChannelConfigNumChannels(config)) +
+                     " channels, " + (type < 3 ? sa_types[type] : "unknown");
+  if (type == QO::k_channelConfigStandard)
+    text += ", mask " + Hex(QO::GetChannelConfigMask(config));
   return text + ")";
 }
 
@@ -40,15 +41,18 @@ void PrintWavSummary(const QoWavFileReader& reader, std::ostream& out) {
   const WaveFormatExtensible& f = *reader.GetFormat();
   char seconds[32];
   std::snprintf(seconds, sizeof(seconds), "%.3f", reader.GetDuration());
-  out << "   container: " << (reader.IsByteSwapped() ? "RIFX (big-endian)" : "RIFF (little-endian)") << "\n";
-  out << "   format:    " << f.nChannels << " ch, " << f.nSamplesPerSec << " Hz, " << f.wBitsPerSample << "-bit "
-      << (reader.IsFloat() && f.wBitsPerSample == 32 ? "float" : "integer") << ", block align " << f.nBlockAlign
+  out << "   container: " << (reader.IsByteSwapped() ? "RIFX (big-endian)" : "RIFF (little-endian)")
       << "\n";
+  out << "   format:    " << f.nChannels << " ch, " << f.nSamplesPerSec << " Hz, "
+      << f.wBitsPerSample << "-bit "
+      << (reader.IsFloat() && f.wBitsPerSample == 32 ? "float" : "integer") << ", block align "
+      << f.nBlockAlign << "\n";
   out << "   channels:  " << ConfigText(f.channelConfig) << "\n";
-  out << "   frames:    " << reader.GetNumFrames() << " (" << seconds << " s, " << reader.GetDataSize()
-      << " data bytes)\n";
+  out << "   frames:    " << reader.GetNumFrames() << " (" << seconds << " s, "
+      << reader.GetDataSize() << " data bytes)\n";
   if (reader.ChunksRead() & QO::k_chunkSmpl) {
-    out << "   loop:      " << reader.GetLoopStartFrame() << " - " << reader.GetLoopEndFrame() << "\n";
+    out << "   loop:      " << reader.GetLoopStartFrame() << " - " << reader.GetLoopEndFrame()
+        << "\n";
   } else {
     out << "   loop:      none\n";
   }

@@ -13,8 +13,10 @@ int RunWavInfo(const std::vector<std::string>& args) {
   if (args.size() != 1) return UsageError("wavinfo", "expects one FILE");
   const std::string& file = args[0];
   QoWavFileReader reader;
-  if (!reader.Open(zu::Path(file))) return Fail(file, "cannot be read or is not a RIFF/RIFX WAVE file");
-  if (!reader.ReadChunks(QO::k_chunkFmt | QO::k_chunkData | QO::k_chunkSmpl | QO::k_chunkCue | QO::k_chunkLIST)) {
+  if (!reader.Open(zu::Path(file)))
+    return Fail(file, "cannot be read or is not a RIFF/RIFX WAVE file");
+  if (!reader.ReadChunks(QO::k_chunkFmt | QO::k_chunkData | QO::k_chunkSmpl | QO::k_chunkCue |
+                         QO::k_chunkLIST)) {
     return Fail(file, "missing or damaged format, data or marker chunk");
   }
   std::cout << file << "\n";

@@ -63,10 +63,12 @@ struct Result {
 
 bool Run(const std::string& dir, unsigned int bits, Result& result) {
   const unsigned int bytesPerFrame = k_channels * bits / 8;
-  const unsigned int frames = static_cast<unsigned int>(k_fileBytes / bytesPerFrame / k_block * k_block);
+  const unsigned int frames =
+      static_cast<unsigned int>(k_fileBytes / bytesPerFrame / k_block * k_block);
   const double megabytes = static_cast<double>(frames) * bytesPerFrame / 1e6;
   std::vector<float> block(static_cast<size_t>(k_block) * k_channels);
-  for (size_t i = 0; i < block.size(); ++i) block[i] = 0.8f * std::sin(0.001f * static_cast<float>(i * 7 % 10007));
+  for (size_t i = 0; i < block.size(); ++i)
+    block[i] = 0.8f * std::sin(0.001f * static_cast<float>(i * 7 % 10007));
 
   const std::string oursPath = dir + "/ours.wav";
   const std::string theirsPath = dir + "/theirs.wav";
@@ -76,7 +78,8 @@ bool Run(const std::string& dir, unsigned int bits, Result& result) {
     ok = ok && writer.Open(zu::Path(oursPath), false);
     writer.SetFormat(Format(bits));
     ok = ok && writer.WriteChunks(0);
-    for (unsigned int done = 0; done < frames; done += k_block) ok = ok && writer.WriteReal32AsPCMData(k_block, block.data());
+    for (unsigned int done = 0; done < frames; done += k_block)
+      ok = ok && writer.WriteReal32AsPCMData(k_block, block.data());
     ok = ok && writer.Close();
   };
   auto writeTheirs = [&] {
@@ -90,7 +93,8 @@ bool Run(const std::string& dir, unsigned int bits, Result& result) {
       ok = false;
       return;
     }
-    for (unsigned int done = 0; done < frames; done += k_block) ok = ok && sf_writef_float(file, block.data(), k_block) == k_block;
+    for (unsigned int done = 0; done < frames; done += k_block)
+      ok = ok && sf_writef_float(file, block.data(), k_block) == k_block;
     sf_close(file);
   };
   double oursWrite = 0, theirsWrite = 0;
@@ -140,14 +144,18 @@ bool Run(const std::string& dir, unsigned int bits, Result& result) {
   std::remove(theirsPath.c_str());
   if (!ok) return false;
   if (std::fabs(oursSum - theirsSum) > 1e-3 * (1 + std::fabs(theirsSum))) {
-    std::fprintf(stderr, "wav_read_bench: the two readers disagree (%f vs %f)\n", oursSum, theirsSum);
+    std::fprintf(stderr, "wav_read_bench: the two readers disagree (%f vs %f)\n", oursSum,
+                 theirsSum);
     return false;
   }
-  std::printf("%2u-bit stereo, %.0f MB, blocks of %u frames, best of %d\n", bits, megabytes, k_block, k_repetitions);
-  std::printf("  read : ReadPCMDataAsFloat32 %7.0f MB/s   sf_readf_float  %7.0f MB/s   ratio %.2f\n",
-              megabytes / oursRead, megabytes / theirsRead, theirsRead / oursRead);
-  std::printf("  write: WriteReal32AsPCMData %7.0f MB/s   sf_writef_float %7.0f MB/s   ratio %.2f\n",
-              megabytes / oursWrite, megabytes / theirsWrite, theirsWrite / oursWrite);
+  std::printf("%2u-bit stereo, %.0f MB, blocks of %u frames, best of %d\n", bits, megabytes,
+              k_block, k_repetitions);
+  std::printf(
+      "  read : ReadPCMDataAsFloat32 %7.0f MB/s   sf_readf_float  %7.0f MB/s   ratio %.2f\n",
+      megabytes / oursRead, megabytes / theirsRead, theirsRead / oursRead);
+  std::printf(
+      "  write: WriteReal32AsPCMData %7.0f MB/s   sf_writef_float %7.0f MB/s   ratio %.2f\n",
+      megabytes / oursWrite, megabytes / theirsWrite, theirsWrite / oursWrite);
   result.readRatio = theirsRead / oursRead;
   result.writeRatio = theirsWrite / oursWrite;
   return true;
@@ -172,7 +180,9 @@ int main() {
     std::fprintf(stderr, "wav_read_bench: a run failed\n");
     return 1;
   }
-  std::printf("ratios (ours / libsndfile, throughput): read16 %.2f  read24 %.2f  write16 %.2f  write24 %.2f\n",
-              r16.readRatio, r24.readRatio, r16.writeRatio, r24.writeRatio);
+  std::printf(
+      "ratios (ours / libsndfile, throughput): read16 %.2f  read24 %.2f  write16 %.2f  write24 "
+      "%.2f\n",
+      r16.readRatio, r24.readRatio, r16.writeRatio, r24.writeRatio);
   return 0;
 }

@@ -22,10 +22,12 @@ namespace qobase_audio {
 namespace {
 
 constexpr float k_scale16 = 1.0f / 32768.0f;  // 2^-15
-constexpr float k_scale32 = 1.0f / 2147483648.0f;  // 2^-31; also 24-bit samples placed in the top bytes
+constexpr float k_scale32 =
+    1.0f / 2147483648.0f;  // 2^-31; also 24-bit samples placed in the top bytes
 
 template <bool Swap>
-QOBASE_INLINE_LOOP void Int16ToFloatLoop(const unsigned char* __restrict in, float* __restrict out, size_t count) {
+QOBASE_INLINE_LOOP void Int16ToFloatLoop(const unsigned char* __restrict in, float* __restrict out,
+                                         size_t count) {
   for (size_t i = 0; i < count; ++i) {
     uint16_t u = Load16(in + 2 * i);
     if (Swap) u = static_cast<uint16_t>((u >> 8) | (u << 8));
@@ -34,7 +36,8 @@ QOBASE_INLINE_LOOP void Int16ToFloatLoop(const unsigned char* __restrict in, flo
 }
 
 template <bool BigEndian>
-QOBASE_INLINE_LOOP void Int24ToFloatLoop(const unsigned char* __restrict in, float* __restrict out, size_t count) {
+QOBASE_INLINE_LOOP void Int24ToFloatLoop(const unsigned char* __restrict in, float* __restrict out,
+                                         size_t count) {
   for (size_t i = 0; i < count; ++i) {
     const unsigned char* p = in + 3 * i;
     const uint32_t lo = BigEndian ? p[2] : p[0];
@@ -47,7 +50,8 @@ QOBASE_INLINE_LOOP void Int24ToFloatLoop(const unsigned char* __restrict in, flo
 }
 
 template <bool Swap>
-QOBASE_INLINE_LOOP void Int32ToFloatLoop(const unsigned char* __restrict in, float* __restrict out, size_t count) {
+QOBASE_INLINE_LOOP void Int32ToFloatLoop(const unsigned char* __restrict in, float* __restrict out,
+                                         size_t count) {
   for (size_t i = 0; i < count; ++i) {
     uint32_t u = Load32(in + 4 * i);
     if (Swap) u = __builtin_bswap32(u);
@@ -77,7 +81,8 @@ inline int32_t ScaleTruncate(float x, float lowest) {
 }
 
 template <bool BigEndian>
-QOBASE_INLINE_LOOP void FloatToInt16Loop(const float* __restrict in, unsigned char* __restrict out, size_t count) {
+QOBASE_INLINE_LOOP void FloatToInt16Loop(const float* __restrict in, unsigned char* __restrict out,
+                                         size_t count) {
   const float lowest = s_lowest16;
   for (size_t i = 0; i < count; ++i) {
     uint16_t u = static_cast<uint16_t>(ScaleTruncate<32767>(in[i], lowest));
@@ -87,7 +92,8 @@ QOBASE_INLINE_LOOP void FloatToInt16Loop(const float* __restrict in, unsigned ch
 }
 
 template <bool BigEndian>
-QOBASE_INLINE_LOOP void FloatToInt24Loop(const float* __restrict in, unsigned char* __restrict out, size_t count) {
+QOBASE_INLINE_LOOP void FloatToInt24Loop(const float* __restrict in, unsigned char* __restrict out,
+                                         size_t count) {
   const float lowest = s_lowest24;
   // Converted in runs: the arithmetic loop vectorises, the 3-byte packing runs on its results.
   constexpr size_t k_run = 256;
@@ -105,7 +111,8 @@ QOBASE_INLINE_LOOP void FloatToInt24Loop(const float* __restrict in, unsigned ch
   }
 }
 
-QOBASE_INLINE_LOOP void SwapWords32(const void* __restrict in, unsigned char* __restrict out, size_t count) {
+QOBASE_INLINE_LOOP void SwapWords32(const void* __restrict in, unsigned char* __restrict out,
+                                    size_t count) {
   const unsigned char* bytes = static_cast<const unsigned char*>(in);
   for (size_t i = 0; i < count; ++i) {
     const uint32_t u = __builtin_bswap32(Load32(bytes + 4 * i));
@@ -113,7 +120,8 @@ QOBASE_INLINE_LOOP void SwapWords32(const void* __restrict in, unsigned char* __
   }
 }
 
-QOBASE_INLINE_LOOP void SwapWords16(const void* __restrict in, unsigned char* __restrict out, size_t count) {
+QOBASE_INLINE_LOOP void SwapWords16(const void* __restrict in, unsigned char* __restrict out,
+                                    size_t count) {
   const unsigned char* bytes = static_cast<const unsigned char*>(in);
   for (size_t i = 0; i < count; ++i) {
     uint16_t u = Load16(bytes + 2 * i);
@@ -124,7 +132,8 @@ QOBASE_INLINE_LOOP void SwapWords16(const void* __restrict in, unsigned char* __
 
 }  // namespace
 
-QOBASE_CONVERSION_CLONES void Int16ToFloat(const unsigned char* in, float* out, size_t count, bool byteSwap) {
+QOBASE_CONVERSION_CLONES void Int16ToFloat(const unsigned char* in, float* out, size_t count,
+                                           bool byteSwap) {
   if (byteSwap) {
     Int16ToFloatLoop<true>(in, out, count);
   } else {
@@ -132,7 +141,8 @@ QOBASE_CONVERSION_CLONES void Int16ToFloat(const unsigned char* in, float* out, 
   }
 }
 
-QOBASE_CONVERSION_CLONES void Int24ToFloat(const unsigned char* in, float* out, size_t count, bool bigEndian) {
+QOBASE_CONVERSION_CLONES void Int24ToFloat(const unsigned char* in, float* out, size_t count,
+                                           bool bigEndian) {
   if (bigEndian) {
     Int24ToFloatLoop<true>(in, out, count);
   } else {
@@ -140,7 +150,8 @@ QOBASE_CONVERSION_CLONES void Int24ToFloat(const unsigned char* in, float* out, 
   }
 }
 
-QOBASE_CONVERSION_CLONES void Int32ToFloat(const unsigned char* in, float* out, size_t count, bool byteSwap) {
+QOBASE_CONVERSION_CLONES void Int32ToFloat(const unsigned char* in, float* out, size_t count,
+                                           bool byteSwap) {
   if (byteSwap) {
     Int32ToFloatLoop<true>(in, out, count);
   } else {
@@ -148,7 +159,8 @@ QOBASE_CONVERSION_CLONES void Int32ToFloat(const unsigned char* in, float* out, 
   }
 }
 
-QOBASE_CONVERSION_CLONES void Float32ToFloat(const unsigned char* in, float* out, size_t count, bool byteSwap) {
+QOBASE_CONVERSION_CLONES void Float32ToFloat(const unsigned char* in, float* out, size_t count,
+                                             bool byteSwap) {
   if (byteSwap) {
     SwapWords32(in, reinterpret_cast<unsigned char*>(out), count);
   } else {
@@ -156,7 +168,8 @@ QOBASE_CONVERSION_CLONES void Float32ToFloat(const unsigned char* in, float* out
   }
 }
 
-QOBASE_CONVERSION_CLONES void FloatToInt16(const float* in, unsigned char* out, size_t count, bool bigEndian) {
+QOBASE_CONVERSION_CLONES void FloatToInt16(const float* in, unsigned char* out, size_t count,
+                                           bool bigEndian) {
   if (bigEndian) {
     FloatToInt16Loop<true>(in, out, count);
   } else {
@@ -164,7 +177,8 @@ QOBASE_CONVERSION_CLONES void FloatToInt16(const float* in, unsigned char* out, 
   }
 }
 
-QOBASE_CONVERSION_CLONES void FloatToInt24(const float* in, unsigned char* out, size_t count, bool bigEndian) {
+QOBASE_CONVERSION_CLONES void FloatToInt24(const float* in, unsigned char* out, size_t count,
+                                           bool bigEndian) {
   if (bigEndian) {
     FloatToInt24Loop<true>(in, out, count);
   } else {
@@ -172,7 +186,8 @@ QOBASE_CONVERSION_CLONES void FloatToInt24(const float* in, unsigned char* out, 
   }
 }
 
-QOBASE_CONVERSION_CLONES void FloatToFloat32(const float* in, unsigned char* out, size_t count, bool bigEndian) {
+QOBASE_CONVERSION_CLONES void FloatToFloat32(const float* in, unsigned char* out, size_t count,
+                                             bool bigEndian) {
   if (bigEndian) {
     SwapWords32(in, out, count);
   } else {
@@ -180,7 +195,8 @@ QOBASE_CONVERSION_CLONES void FloatToFloat32(const float* in, unsigned char* out
   }
 }
 
-QOBASE_CONVERSION_CLONES void CopyInt16(const void* in, unsigned char* out, size_t count, bool byteSwap) {
+QOBASE_CONVERSION_CLONES void CopyInt16(const void* in, unsigned char* out, size_t count,
+                                        bool byteSwap) {
   if (byteSwap) {
     SwapWords16(in, out, count);
   } else {

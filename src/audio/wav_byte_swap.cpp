@@ -19,7 +19,8 @@ void SwapBasicFormatFields(Format& format) {
   Swap(format.cbSize);
 }
 
-void ConvertSamples(unsigned char* data, unsigned int size, unsigned int bitsPerSample, bool keep8Bit) {
+void ConvertSamples(unsigned char* data, unsigned int size, unsigned int bitsPerSample,
+                    bool keep8Bit) {
   if (data == nullptr) return;
   if (bitsPerSample == 16) {
     // Only whole words are swapped: a trailing partial word stays, as nothing past size is touched.
@@ -106,12 +107,12 @@ void WavByteSwapHelpers::Convert(WAV_CUE& cue) {
   Swap(cue.dwSampleOffset);
 }
 
-void WavByteSwapHelpers::ConvertData(unsigned char* data, unsigned int size, const WaveFormatExtensible& format,
-                                     bool keep8Bit) {
+void WavByteSwapHelpers::ConvertData(unsigned char* data, unsigned int size,
+                                     const WaveFormatExtensible& format, bool keep8Bit) {
   ConvertSamples(data, size, format.wBitsPerSample, keep8Bit);
 }
 
-void WavByteSwapHelpers::ConvertData(unsigned char* data, unsigned int size, const WAVEFORMATEXTENSIBLE& format,
-                                     bool keep8Bit) {
+void WavByteSwapHelpers::ConvertData(unsigned char* data, unsigned int size,
+                                     const WAVEFORMATEXTENSIBLE& format, bool keep8Bit) {
   ConvertSamples(data, size, format.wBitsPerSample, keep8Bit);
 }

@@ -13,23 +13,27 @@ namespace {
 
 using qotest::ByteBuilder;
 
-const std::string k_matrixUuid("\x1A\xD3\x18\xC3\x00\xE5\x55\x76\xBE\x2D\x0D\xCA\x24\x60\xBC\x89", 16);
+const std::string k_matrixUuid("\x1A\xD3\x18\xC3\x00\xE5\x55\x76\xBE\x2D\x0D\xCA\x24\x60\xBC\x89",
+                               16);
 
 std::string Chunk(const std::string& type, const std::string& body, int64_t size = -2) {
   ByteBuilder b(true);
-  b.Raw(type).U64(static_cast<uint64_t>(size == -2 ? static_cast<int64_t>(body.size()) : size)).Raw(body);
+  b.Raw(type)
+      .U64(static_cast<uint64_t>(size == -2 ? static_cast<int64_t>(body.size()) : size))
+      .Raw(body);
   return b.Bytes();
 }
 
-std::string Desc(double rate, uint32_t flags, uint32_t bytesPerPacket, uint32_t channels, uint32_t bits,
-                 const std::string& formatId = "lpcm") {
+std::string Desc(double rate, uint32_t flags, uint32_t bytesPerPacket, uint32_t channels,
+                 uint32_t bits, const std::string& formatId = "lpcm") {
   ByteBuilder b(true);
   b.F64(rate).Raw(formatId).U32(flags).U32(bytesPerPacket).U32(1).U32(channels).U32(bits);
   return Chunk("desc", b.Bytes());
 }
 
 std::string Data(const std::string& samples, int64_t size = -2) {
-  return Chunk("data", std::string(4, '\0') + samples, size == -2 ? static_cast<int64_t>(samples.size() + 4) : size);
+  return Chunk("data", std::string(4, '\0') + samples,
+               size == -2 ? static_cast<int64_t>(samples.size() + 4) : size);
 }
 
 std::string Caf(const std::string& chunks, uint16_t version = 1) {
@@ -77,7 +81,8 @@ TEST(CafReader, StereoLittleEndianIntegers) {
   qotest::TempDir dir;
   ByteBuilder samples(false);
   samples.U16(0x4000).U16(0xC000).U16(1).U16(0xFFFF);
-  const std::string bytes = Caf(Desc(44100.9, 0x2, 4, 2, 16) + Chunk("free", "xyz") + Data(samples.Bytes()));
+  const std::string bytes =
+      Caf(Desc(44100.9, 0x2, 4, 2, 16) + Chunk("free", "xyz") + Data(samples.Bytes()));
   qotest::WriteFileBytes(dir.File("a.caf"), bytes);
   QoCAFFileReader reader;
   ASSERT_TRUE(reader.Open(dir.File("a.caf").c_str()));
@@ -125,7 +130,8 @@ TEST(CafReader, BigEndianAndFloatSamples) {
   {
     ByteBuilder samples(false);
     samples.F32(0.75f).F32(-3.0f);
-    qotest::WriteFileBytes(dir.File("c.caf"), Caf(Desc(48000, 0x3, 8, 2, 32) + Data(samples.Bytes())));
+    qotest::WriteFileBytes(dir.File("c.caf"),
+                           Caf(Desc(48000, 0x3, 8, 2, 32) + Data(samples.Bytes())));
     QoCAFFileReader reader;
     ASSERT_TRUE(reader.Open(dir.File("c.caf").c_str()));
     ASSERT_TRUE(reader.ReadChunks(0));
@@ -150,7 +156,7 @@ TEST(CafReader, WalkResults) {
   {
     QoCAFReader r(&zuFXMemAlloc::m_instance);
     EXPECT_EQ(2u, Walk(Caf(desc), r));  // ends before "data"
-    EXPECT_EQ(2u, Walk("caf", r));  // short file head
+    EXPECT_EQ(2u, Walk("caf", r));      // short file head
   }
   {
     QoCAFReader r(&zuFXMemAlloc::m_instance);
@@ -193,7 +199,9 @@ TEST(CafReader, WalkResults) {
 TEST(CafReader, ChannelLayoutChunk) {
   Walker Walk;
   const std::string desc = Desc(48000, 0x2, 4, 2, 16);
-  auto chan = [](uint32_t bitmap) { return Chunk("chan", ByteBuilder(true).U32(0x10000).U32(bitmap).U32(0).Bytes()); };
+  auto chan = [](uint32_t bitmap) {
+    return Chunk("chan", ByteBuilder(true).U32(0x10000).U32(bitmap).U32(0).Bytes());
+  };
   QoCAFReader a(&zuFXMemAlloc::m_instance);
   EXPECT_EQ(1u, Walk(Caf(desc + chan(0x7) + Data("")), a));
   EXPECT_EQ(0x3102u, a.GetChannelConfig());  // three speakers for two channels: ignored
@@ -227,14 +235,16 @@ TEST(CafReader, ChannelMatrix) {
     float out[9];
     out[8] = 42;
     ASSERT_EQ(2u, reader.ReadPCMDataAsFloat32(2, out));
-    const float expected[8] = {0.5f + 0.0625f, 0.25f + 0.125f, 0.5f, -0.5f + 0.25f, -0.5f, -0.25f, 0.0f, 0.5f};
+    const float expected[8] = {0.5f + 0.0625f, 0.25f + 0.125f, 0.5f, -0.5f + 0.25f,
+                               -0.5f,          -0.25f,         0.0f, 0.5f};
     for (int i = 0; i < 8; ++i) EXPECT_FLOAT_EQ(expected[i], out[i]) << i;
     EXPECT_EQ(42.0f, out[8]);
   }
   QoCAFReader second(&zuFXMemAlloc::m_instance);
   EXPECT_EQ(7u, Walk(Caf(desc + Matrix(4, 2, m) + Matrix(4, 2, m) + Data("")), second));
   QoCAFReader wrongInputs(&zuFXMemAlloc::m_instance);
-  EXPECT_EQ(7u, Walk(Caf(desc + Matrix(2, 3, std::vector<float>(6, 1.0f)) + Data("")), wrongInputs));
+  EXPECT_EQ(7u,
+            Walk(Caf(desc + Matrix(2, 3, std::vector<float>(6, 1.0f)) + Data("")), wrongInputs));
   QoCAFReader shortBody(&zuFXMemAlloc::m_instance);
   EXPECT_EQ(7u, Walk(Caf(desc + Matrix(0x40000000, 2, {1.0f}) + Data("")), shortBody));
   EXPECT_EQ(nullptr, shortBody.GetMatrix());

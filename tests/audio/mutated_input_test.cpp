@@ -58,7 +58,9 @@ std::string ValidWave(bool big) {
   list.Raw("adtl").Raw("labl").U32(7).U32(1).Raw("abc").U8(0).Raw("labl").U32(8).U32(2).Raw("wxyz");
   ByteBuilder chunks(big);
   chunks.Chunk("fmt ", qotest::FmtBody(big, 1, 2, 8000, 24)).Chunk("smpl", smpl.Bytes());
-  chunks.Chunk("cue ", cue.Bytes()).Chunk("LIST", list.Bytes()).Chunk("data", std::string(6 * 5, '\x11'));
+  chunks.Chunk("cue ", cue.Bytes())
+      .Chunk("LIST", list.Bytes())
+      .Chunk("data", std::string(6 * 5, '\x11'));
   return qotest::WaveFile(big, chunks.Bytes());
 }
 
@@ -102,7 +104,9 @@ TEST(MutatedInput, CafReaderFailsOrDeliversFrames) {
   ByteBuilder desc(true);
   desc.F64(48000).Raw("lpcm").U32(2).U32(4).U32(1).U32(2).U32(16);
   ByteBuilder matrix(true);
-  matrix.Raw(std::string("\x1A\xD3\x18\xC3\x00\xE5\x55\x76\xBE\x2D\x0D\xCA\x24\x60\xBC\x89", 16)).U32(3).U32(2);
+  matrix.Raw(std::string("\x1A\xD3\x18\xC3\x00\xE5\x55\x76\xBE\x2D\x0D\xCA\x24\x60\xBC\x89", 16))
+      .U32(3)
+      .U32(2);
   for (int i = 0; i < 6; ++i) matrix.F32(0.5f);
   ByteBuilder file(true);
   file.Raw("caff").U16(1).U16(0);

@@ -57,8 +57,10 @@ std::vector<float> Signal(unsigned int frames, unsigned int channels) {
 
 // The value a sample comes back as after our writer quantised it.
 float Quantised(float x, uint16_t bits) {
-  if (bits == 16) return static_cast<float>(static_cast<int>(static_cast<double>(x) * 32767.0)) / 32768.0f;
-  if (bits == 24) return static_cast<float>(static_cast<int>(static_cast<double>(x) * 8388607.0)) / 8388608.0f;
+  if (bits == 16)
+    return static_cast<float>(static_cast<int>(static_cast<double>(x) * 32767.0)) / 32768.0f;
+  if (bits == 24)
+    return static_cast<float>(static_cast<int>(static_cast<double>(x) * 8388607.0)) / 8388608.0f;
   return x;
 }
 
@@ -92,7 +94,10 @@ TEST(SndfileInterop, LibsndfileReadsWhatWeWrite) {
     EXPECT_EQ(48000, info.samplerate);
     EXPECT_EQ(static_cast<sf_count_t>(frames), info.frames);
     const int subtype = info.format & SF_FORMAT_SUBMASK;
-    EXPECT_EQ(c.bits == 16 ? SF_FORMAT_PCM_16 : c.bits == 24 ? SF_FORMAT_PCM_24 : SF_FORMAT_FLOAT, subtype);
+    EXPECT_EQ(c.bits == 16   ? SF_FORMAT_PCM_16
+              : c.bits == 24 ? SF_FORMAT_PCM_24
+                             : SF_FORMAT_FLOAT,
+              subtype);
     EXPECT_EQ(c.bigEndian ? SF_ENDIAN_BIG : SF_ENDIAN_FILE, info.format & SF_FORMAT_ENDMASK);
 
     sf_command(file, SFC_SET_NORM_FLOAT, nullptr, SF_TRUE);
@@ -147,7 +152,10 @@ TEST(SndfileInterop, WeReadWhatLibsndfileWrites) {
     std::memset(&info, 0, sizeof(info));
     info.channels = c.channels;
     info.samplerate = 22050;
-    info.format = SF_FORMAT_WAV | (c.bits == 16 ? SF_FORMAT_PCM_16 : c.bits == 24 ? SF_FORMAT_PCM_24 : SF_FORMAT_FLOAT) |
+    info.format = SF_FORMAT_WAV |
+                  (c.bits == 16   ? SF_FORMAT_PCM_16
+                   : c.bits == 24 ? SF_FORMAT_PCM_24
+                                  : SF_FORMAT_FLOAT) |
                   (c.bigEndian ? SF_ENDIAN_BIG : SF_ENDIAN_FILE);
     SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
     ASSERT_NE(nullptr, file) << sf_strerror(nullptr);

@@ -41,7 +41,18 @@ QO_WAVE_MARKER Marker(uint32_t id, uint32_t position, const std::string& label) 
 // The file the writer must produce for the scene below, built field by field.
 std::string ExpectedScene(bool big) {
   ByteBuilder fmt(big);
-  fmt.U16(0xFFFE).U16(2).U32(44100).U32(176400).U16(4).U16(16).U16(22).U16(0).U16(16).U16(0).U32(3).Raw(k_pcmGuid);
+  fmt.U16(0xFFFE)
+      .U16(2)
+      .U32(44100)
+      .U32(176400)
+      .U16(4)
+      .U16(16)
+      .U16(22)
+      .U16(0)
+      .U16(16)
+      .U16(0)
+      .U32(3)
+      .Raw(k_pcmGuid);
   ByteBuilder smpl(big);
   smpl.U32(0).U32(0).U32(44100).U32(0).U32(0).U32(0).U32(0).U32(1).U32(0);
   smpl.U32(0).U32(0).U32(10).U32(20).U32(0).U32(0);
@@ -100,7 +111,8 @@ TEST(WavFileWriter, MinimalFileAndCompactFormat) {
     EXPECT_TRUE(writer.Close());
     const std::string bytes = qotest::ReadFileBytes(dir.File("a.wav"));
     ASSERT_EQ(76u, bytes.size());
-    EXPECT_EQ(Hex(std::string("RIFF\x44\x00\x00\x00WAVEfmt \x2C\x00\x00\x00", 20)), Hex(bytes.substr(0, 20)));
+    EXPECT_EQ(Hex(std::string("RIFF\x44\x00\x00\x00WAVEfmt \x2C\x00\x00\x00", 20)),
+              Hex(bytes.substr(0, 20)));
     EXPECT_EQ(Hex(std::string("data\x04\x00\x00\x00\x34\x12\xFE\xFF", 12)), Hex(bytes.substr(64)));
     // Closing again is harmless.
     EXPECT_TRUE(writer.Close());
@@ -125,7 +137,8 @@ TEST(WavFileWriter, MinimalFileAndCompactFormat) {
     ByteBuilder chunks(true);
     chunks.Chunk("fmt ", fmt.Bytes()).Chunk("smpl", smpl.Bytes()).Chunk("cue ", cue.Bytes());
     chunks.Chunk("data", std::string("\x01\x02", 2));
-    EXPECT_EQ(Hex(qotest::WaveFile(true, chunks.Bytes())), Hex(qotest::ReadFileBytes(dir.File("b.wav"))));
+    EXPECT_EQ(Hex(qotest::WaveFile(true, chunks.Bytes())),
+              Hex(qotest::ReadFileBytes(dir.File("b.wav"))));
   }
 }
 
@@ -136,7 +149,8 @@ TEST(WavFileWriter, SampleConversionEdges) {
     EXPECT_TRUE(writer.Open(zu::Path(dir.File("c.wav")), big));
     writer.SetFormat(Extensible(channels, bits));
     EXPECT_TRUE(writer.WriteChunks(0));
-    EXPECT_TRUE(writer.WriteReal32AsPCMData(static_cast<unsigned int>(in.size() / channels), in.data()));
+    EXPECT_TRUE(
+        writer.WriteReal32AsPCMData(static_cast<unsigned int>(in.size() / channels), in.data()));
     EXPECT_TRUE(writer.Close());
     return Hex(qotest::ReadFileBytes(dir.File("c.wav")).substr(12 + 52 + 8));
   };
@@ -150,7 +164,8 @@ TEST(WavFileWriter, SampleConversionEdges) {
   EXPECT_EQ("00 00 80 3F 00 00 80 BF", dataOf(false, 32, {1.0f, -1.0f}));
   EXPECT_EQ("3F 80 00 00 BF 80 00 00", dataOf(true, 32, {1.0f, -1.0f}));
   // Stereo interleaving is kept.
-  EXPECT_EQ("01 00 FF FF 02 00 FE FF", dataOf(false, 16, {1.5f / 32767, -1.5f / 32767, 2.5f / 32767, -2.5f / 32767}, 2));
+  EXPECT_EQ("01 00 FF FF 02 00 FE FF",
+            dataOf(false, 16, {1.5f / 32767, -1.5f / 32767, 2.5f / 32767, -2.5f / 32767}, 2));
   // A value just below a step truncates to the step below it.
   EXPECT_EQ("00 00", dataOf(false, 16, {0.99f / 32767}));
 }
@@ -167,7 +182,8 @@ TEST(WavFileWriter, IntegerConversionMatchesTheExactDefinition) {
   // Inputs around every clamp bound and step, plus a pseudo-random sweep over [-1.5, 1.5].
   std::vector<float> inputs;
   for (double scale : {32767.0, 8388607.0}) {
-    for (double edge : {-(scale + 1) / scale, -1.0, 1.0, 0.0, 0.5, -0.5, 1.0 / scale, -1.0 / scale, 12345.0 / scale}) {
+    for (double edge : {-(scale + 1) / scale, -1.0, 1.0, 0.0, 0.5, -0.5, 1.0 / scale, -1.0 / scale,
+                        12345.0 / scale}) {
       float x = static_cast<float>(edge);
       for (int i = 0; i < 4; ++i) x = std::nextafter(x, -10.0f);
       for (int i = 0; i < 9; ++i, x = std::nextafter(x, 10.0f)) inputs.push_back(x);
@@ -189,7 +205,8 @@ TEST(WavFileWriter, IntegerConversionMatchesTheExactDefinition) {
       ASSERT_TRUE(writer.Open(zu::Path(path), big));
       writer.SetFormat(Extensible(1, bits));
       ASSERT_TRUE(writer.WriteChunks(0));
-      ASSERT_TRUE(writer.WriteReal32AsPCMData(static_cast<unsigned int>(inputs.size()), inputs.data()));
+      ASSERT_TRUE(
+          writer.WriteReal32AsPCMData(static_cast<unsigned int>(inputs.size()), inputs.data()));
       ASSERT_TRUE(writer.Close());
       const std::string data = qotest::ReadFileBytes(path).substr(12 + 52 + 8);
       const size_t width = bits / 8;
@@ -197,11 +214,13 @@ TEST(WavFileWriter, IntegerConversionMatchesTheExactDefinition) {
       for (size_t i = 0; i < inputs.size(); ++i) {
         uint32_t u = 0;
         for (size_t b = 0; b < width; ++b) {
-          const unsigned char byte = static_cast<unsigned char>(data[i * width + (big ? b : width - 1 - b)]);
+          const unsigned char byte =
+              static_cast<unsigned char>(data[i * width + (big ? b : width - 1 - b)]);
           u = (u << 8) | byte;
         }
         const int32_t got = static_cast<int32_t>(u << (32 - 8 * width)) >> (32 - 8 * width);
-        ASSERT_EQ(Reference(inputs[i], bits == 16 ? 32767.0 : 8388607.0), got) << "input " << inputs[i];
+        ASSERT_EQ(Reference(inputs[i], bits == 16 ? 32767.0 : 8388607.0), got)
+            << "input " << inputs[i];
       }
     }
   }
@@ -215,7 +234,7 @@ TEST(WavFileWriter, RefusesWhatItCannotWrite) {
   EXPECT_FALSE(writer.WriteReal32AsPCMData(1, f));  // not open
   ASSERT_TRUE(writer.Open(zu::Path(dir.File("d.wav")), false));
   EXPECT_FALSE(writer.Open(zu::Path(dir.File("e.wav")), false));  // already open
-  EXPECT_FALSE(writer.WriteChunks(0));  // no format
+  EXPECT_FALSE(writer.WriteChunks(0));                            // no format
   writer.SetFormat(Extensible(1, 24));
   ASSERT_TRUE(writer.WriteChunks(0));
   EXPECT_FALSE(writer.WriteInt16AsPCMData(2, s));

@@ -93,7 +93,8 @@ TEST_P(WavRoundTrip, EverythingComesBack) {
   ASSERT_GE(reader.SeekToAudioFrame(0), 0);
   unsigned int done = 0;
   while (done < frames) {
-    const unsigned int n = reader.ReadPCMDataAsFloat32(300, back.data() + static_cast<size_t>(done) * channels);
+    const unsigned int n =
+        reader.ReadPCMDataAsFloat32(300, back.data() + static_cast<size_t>(done) * channels);
     ASSERT_GT(n, 0u);
     done += n;
   }

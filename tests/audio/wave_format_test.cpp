@@ -7,8 +7,9 @@
 
 namespace {
 
-WAVEFORMATEXTENSIBLE Record(uint16_t tag, uint16_t channels, uint32_t mask = 0,
-                            const QO::SonvoAuthoringAPI::QoGuid& sub = QO::SonvoAuthoringAPI::QoGuidNull) {
+WAVEFORMATEXTENSIBLE Record(
+    uint16_t tag, uint16_t channels, uint32_t mask = 0,
+    const QO::SonvoAuthoringAPI::QoGuid& sub = QO::SonvoAuthoringAPI::QoGuidNull) {
   WAVEFORMATEXTENSIBLE f;
   std::memset(&f, 0, sizeof(f));
   f.wFormatTag = tag;
@@ -29,7 +30,8 @@ TEST(WaveFormat, PlainFormatsTakeTheDefaultForTheChannelCount) {
   // 300 channels keep only the low 8 bits of the count.
   EXPECT_EQ(300u & 0xFF, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(1, 300)));
   const uint32_t defaults[9] = {0, 0x4, 0x3, 0xB, 0x603, 0x607, 0x60F, 0x637, 0x63F};
-  for (uint32_t n = 0; n <= 9; ++n) EXPECT_EQ(n <= 8 ? defaults[n] : 0u, QO::GetDefaultChannelMask(n)) << n;
+  for (uint32_t n = 0; n <= 9; ++n)
+    EXPECT_EQ(n <= 8 ? defaults[n] : 0u, QO::GetDefaultChannelMask(n)) << n;
 }
 
 TEST(WaveFormat, ExtensibleMasksAreCheckedAndAdjusted) {
@@ -50,7 +52,9 @@ TEST(WaveFormat, ExtensibleMasksAreCheckedAndAdjusted) {
 }
 
 TEST(WaveFormat, AmbisonicSubFormatWithoutMask) {
-  auto amb = [](uint16_t n) { return QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, n, 0, s_ambisonic)); };
+  auto amb = [](uint16_t n) {
+    return QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, n, 0, s_ambisonic));
+  };
   EXPECT_EQ(0x204u, amb(4));
   EXPECT_EQ(0x209u, amb(9));
   EXPECT_EQ(0x0Au, amb(10));
@@ -59,7 +63,8 @@ TEST(WaveFormat, AmbisonicSubFormatWithoutMask) {
   EXPECT_EQ(0x11u, amb(17));
   EXPECT_EQ(0x200u, amb(0));
   // Without the ambisonic GUID a zero mask gives the default.
-  EXPECT_EQ(0x3102u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 2, 0, ks_dataformat_pcm)));
+  EXPECT_EQ(0x3102u,
+            QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 2, 0, ks_dataformat_pcm)));
 }
 
 TEST(WaveFormat, GuidConstantsHaveTheirByteLayout) {

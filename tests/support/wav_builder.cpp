@@ -53,7 +53,8 @@ ByteBuilder& ByteBuilder::Chunk(const std::string& id, const std::string& body, 
   return *this;
 }
 
-ByteBuilder& ByteBuilder::ChunkWithSize(const std::string& id, uint32_t size, const std::string& body) {
+ByteBuilder& ByteBuilder::ChunkWithSize(const std::string& id, uint32_t size,
+                                        const std::string& body) {
   return Raw(id).U32(size).Raw(body);
 }
 
