@@ -132,30 +132,29 @@ struct LABEL {
   char* text;
 };
 
-static_assert(sizeof(RIFFHEADER) == 8, "RIFFHEADER is 8 bytes");
-static_assert(offsetof(RIFFHEADER, size) == 4, "RIFFHEADER layout");
-static_assert(sizeof(tWAVEFORMATEX) == 18, "tWAVEFORMATEX is 18 bytes");
-static_assert(offsetof(tWAVEFORMATEX, nChannels) == 2 &&
-                  offsetof(tWAVEFORMATEX, nSamplesPerSec) == 4 &&
-                  offsetof(tWAVEFORMATEX, nAvgBytesPerSec) == 8 &&
-                  offsetof(tWAVEFORMATEX, nBlockAlign) == 12 &&
-                  offsetof(tWAVEFORMATEX, wBitsPerSample) == 14 &&
-                  offsetof(tWAVEFORMATEX, cbSize) == 16,
+namespace QO {
+namespace internal {
+// The leading fields every format record shares, at the offsets of the basic format record.
+template <typename Format>
+constexpr bool HasWaveFormatHead() {
+  return offsetof(Format, nChannels) == 2 && offsetof(Format, nSamplesPerSec) == 4 &&
+         offsetof(Format, nAvgBytesPerSec) == 8 && offsetof(Format, nBlockAlign) == 12 &&
+         offsetof(Format, wBitsPerSample) == 14 && offsetof(Format, cbSize) == 16;
+}
+}  // namespace internal
+}  // namespace QO
+
+static_assert(sizeof(RIFFHEADER) == 8 && offsetof(RIFFHEADER, size) == 4, "RIFFHEADER layout");
+static_assert(sizeof(tWAVEFORMATEX) == 18 && QO::internal::HasWaveFormatHead<tWAVEFORMATEX>(),
               "tWAVEFORMATEX layout");
-static_assert(sizeof(WAVEFORMATEXTENSIBLE) == 44, "WAVEFORMATEXTENSIBLE is 44 bytes");
-static_assert(offsetof(WAVEFORMATEXTENSIBLE, nChannels) == 2 &&
-                  offsetof(WAVEFORMATEXTENSIBLE, nSamplesPerSec) == 4 &&
-                  offsetof(WAVEFORMATEXTENSIBLE, nAvgBytesPerSec) == 8 &&
-                  offsetof(WAVEFORMATEXTENSIBLE, nBlockAlign) == 12 &&
-                  offsetof(WAVEFORMATEXTENSIBLE, wBitsPerSample) == 14 &&
-                  offsetof(WAVEFORMATEXTENSIBLE, cbSize) == 16 &&
+static_assert(sizeof(WAVEFORMATEXTENSIBLE) == 44 &&
+                  QO::internal::HasWaveFormatHead<WAVEFORMATEXTENSIBLE>() &&
                   offsetof(WAVEFORMATEXTENSIBLE, wValidBitsPerSample) == 20 &&
                   offsetof(WAVEFORMATEXTENSIBLE, dwChannelMask) == 24 &&
                   offsetof(WAVEFORMATEXTENSIBLE, SubFormat) == 28,
               "WAVEFORMATEXTENSIBLE layout");
-static_assert(sizeof(WaveFormatExtensible) == 24, "WaveFormatExtensible is 24 bytes");
-static_assert(offsetof(WaveFormatExtensible, nBlockAlign) == 12 &&
-                  offsetof(WaveFormatExtensible, cbSize) == 16 &&
+static_assert(sizeof(WaveFormatExtensible) == 24 &&
+                  QO::internal::HasWaveFormatHead<WaveFormatExtensible>() &&
                   offsetof(WaveFormatExtensible, wReserved) == 18 &&
                   offsetof(WaveFormatExtensible, channelConfig) == 20,
               "WaveFormatExtensible layout");
