@@ -1,0 +1,93 @@
+// Reads RIFF/WAVE files in either byte order ("RIFF" little-endian, "RIFX" big-endian): the
+// format, the sampler loop, cue points with their labels, and the samples as float or 16-bit.
+#pragma once
+
+#include <qobase/audio/audio_file_reader.h>
+#include <qobase/files/file.h>
+#include <qobase/files/path.h>
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+class QoWavFileReader : public QoAudioFileReader {
+ public:
+  QoWavFileReader();
+  ~QoWavFileReader() override;
+  QoWavFileReader(const QoWavFileReader&) = delete;
+  QoWavFileReader& operator=(const QoWavFileReader&) = delete;
+
+  // Opens the file and checks its 12-byte container head ("RIFF" or "RIFX", then "WAVE").
+  // False when the file cannot be read or is not a WAVE file.
+  bool Open(const zu::Path& path);
+
+  // Walks the chunks from just after the container head, once, directly after Open. Stops
+  // when every flag asked for is found or the RIFF body ends; false when a format, cue,
+  // sampler or label chunk is cut short, or the format has no usable channel configuration.
+  // Odd chunks with or without their pad byte, data claiming more than the file holds (cut
+  // to the file) and a truncated chunk head (end of walk) are accepted.
+  bool ReadChunks(unsigned int flags) override;
+  unsigned int ChunksRead() const override { return m_chunksFound; }
+  const WaveFormatExtensible* GetFormat() const override { return &m_format; }
+  unsigned int GetChannelOrdering() const override { return m_channelOrdering; }
+  // Whole frames over the sample rate; 0 without a rate.
+  double GetDuration() const override;
+  double GetLoopStart() const override;
+  double GetLoopEnd() const override;
+  unsigned int GetDataSize() const override { return m_dataSize; }
+  const std::vector<QO_WAVE_MARKER>& GetMarkers() const override { return m_markers; }
+  unsigned int GetLoopStartFrame() const override { return m_loopStart; }
+  unsigned int GetLoopEndFrame() const override { return m_loopEnd; }
+  // Data size over the block alignment; 0 without a block alignment.
+  unsigned int GetNumFrames() const override;
+  // Moves to frame (no bound check); the new file offset, or -1.
+  long long SeekToAudioFrame(unsigned int frame) override;
+  // Converts by the container width (block alignment / channels); data of another width
+  // (8-bit) is consumed and counted but out is left as it was. 0 at the end of the data.
+  unsigned int ReadPCMDataAsFloat32(unsigned int frames, float* out) override;
+
+  // Reads frames as 16-bit: floats are clamped to [-1, 1] and scaled by 32767 (truncated),
+  // 24-bit samples keep their two upper bytes. 0 for any other width.
+  unsigned int ReadPCMDataAsInt16(unsigned int frames, short* out);
+
+  // Closes the file and forgets the data chunk and markers; format and loop points stay.
+  void Close();
+
+  unsigned int GetNumMarkers() const { return static_cast<unsigned int>(m_markers.size()); }
+  unsigned int GetCurrentDataPos() const { return m_dataPosition; }
+  bool IsByteSwapped() const { return m_byteSwapped; }
+  unsigned int GetDataOffset() const { return m_dataOffset; }
+  // The marker with this ID; a new zeroed marker is appended when there is none. Markers keep
+  // the order in which their IDs were first met. The reference is valid until the next call.
+  QO_WAVE_MARKER& GetWavMarker(unsigned int id);
+  bool IsFloat() const { return m_isFloat; }
+
+ private:
+  bool ReadFormatChunk(uint32_t size);
+  bool ReadSamplerChunk(uint32_t size);
+  bool ReadCueChunk(uint32_t size);
+  bool ReadListChunk(uint32_t size);
+  bool Skip(long long bytes);
+  uint32_t Swap(uint32_t v) const;
+  void FreeMarkers();
+  // Reads n frames of sample bytes into the read buffer; the bytes read.
+  unsigned int ReadFrames(unsigned int n);
+
+  WaveFormatExtensible m_format;
+  unsigned int m_channelOrdering;
+  bool m_isFloat;
+  unsigned int m_loopStart;
+  unsigned int m_loopEnd;
+  std::vector<QO_WAVE_MARKER> m_markers;
+  // Cue ID -> index in m_markers, so that files with many cue points read in linear time.
+  std::unordered_map<uint32_t, size_t> m_markerIndex;
+  zu::File m_file;
+  uint32_t m_riffEnd;
+  unsigned int m_chunksFound;
+  uint32_t m_dataSize;
+  uint32_t m_dataOffset;
+  uint32_t m_dataPosition;
+  bool m_byteSwapped;
+  unsigned char* m_readBuffer;
+  unsigned int m_readBufferCapacity;
+};
