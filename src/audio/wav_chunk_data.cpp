@@ -4,14 +4,44 @@
 #include <qobase/audio/wav_structure_chunks.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <memory>
 
 namespace {
 
-// Bytes moved per read and write. A multiple of the block the progress positions advance by,
-// so that a listener sees the same positions as with single blocks.
-constexpr unsigned int k_transferSize = 64 * QoDataChunk::k_copyBlockSize;
+// Bytes moved per read and write: much larger than the progress block, so that the copy makes few
+// system calls (blocks of 16 KiB or 64 KiB measured up to half again slower; larger ones gained
+// nothing).
+constexpr unsigned int k_transferSize = 32 * QoDataChunk::k_copyBlockSize;
+
+// Reports copy progress as a block-by-block copy would: the end of every whole block passed, and
+// the exact count once the copy is over.
+class BlockProgress {
+ public:
+  explicit BlockProgress(QO::Sonvo::IProgress* progress) : m_progress(progress), m_reported(0) {}
+  void Advance(uint32_t copied) {
+    if (!m_progress) return;
+    const uint32_t block = QoDataChunk::k_copyBlockSize;
+    for (uint64_t next = (static_cast<uint64_t>(m_reported) / block + 1) * block; next <= copied; next += block) {
+      m_progress->SetPosition(static_cast<uint32_t>(next));
+      m_reported = static_cast<uint32_t>(next);
+    }
+  }
+  void Finish(uint32_t copied) {
+    Advance(copied);
+    if (m_progress && m_reported != copied) m_progress->SetPosition(copied);
+    m_reported = copied;
+  }
+
+ private:
+  QO::Sonvo::IProgress* m_progress;
+  uint32_t m_reported;
+};
+
+unsigned int ClassifyWriteError() {
+  return zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace : QO::k_chunkFailure;
+}
 
 }  // namespace
 
@@ -26,31 +56,33 @@ unsigned int QoDataChunk::WriteToFile(const zu::File& out, bool swap, QO::Sonvo:
     progress->SetPosition(0);
   }
   if (!WriteChunkHeader(out, swap)) return QO::k_chunkFailure;
+  // Positioning writes out the buffered head: a full device shows here. An output that cannot
+  // be positioned (a pipe) is written through memory only.
+  errno = 0;
   const long long headEnd = out.SetFilePointer(0, zu::k_fileCurrent);
+  if (headEnd < 0 && errno != ESPIPE) return ClassifyWriteError();
   if (m_header.size == 0) return QO::k_chunkSuccess;
+  if (!m_file) return QO::k_chunkFailure;
 
   const uint32_t size = m_header.size;
-  std::unique_ptr<unsigned char[]> buffer(new unsigned char[std::min(size, k_transferSize)]);
+  BlockProgress blocks(progress);
   uint32_t copied = 0;
+
+  std::unique_ptr<unsigned char[]> buffer(new unsigned char[std::min(size, k_transferSize)]);
   while (copied < size) {
     const unsigned int got = ReadData(buffer.get(), std::min(size - copied, k_transferSize), copied);
     if (got == 0) break;
     const unsigned int result = WriteBytes(out, buffer.get(), got);
     if (result != QO::k_chunkSuccess) return result;
-    if (progress) {
-      // One position per copy block, as if the transfer had been made block by block.
-      for (uint32_t step = std::min(got, k_copyBlockSize); step < got; step += k_copyBlockSize) {
-        progress->SetPosition(copied + step);
-      }
-      progress->SetPosition(copied + got);
-    }
     copied += got;
+    blocks.Advance(copied);
   }
+  blocks.Finish(copied);
   if (copied == size) return QO::k_chunkSuccess;
 
   // The source ended early: the chunk keeps what could be copied, and its head says so.
-  if (headEnd < 8) return QO::k_chunkFailure;
   m_header.size = copied;
+  if (headEnd < 8) return QO::k_chunkFailure;
   RIFFHEADER header = m_header;
   if (swap) WavByteSwapHelpers::Convert(header);
   if (out.SetFilePointer(headEnd - 8, zu::k_fileBegin) < 0) return QO::k_chunkFailure;

@@ -5,6 +5,7 @@
 #include <qobase/audio/wav_structure_chunks.h>
 #include <qobase/result_code.h>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -84,6 +85,29 @@ TEST(WavDataChunk, CopiesTheSamplesAndReportsProgressPerBlock) {
   const std::vector<RecordingProgress::Call> expected = {
       {'R', 0, 40000}, {'P', 0, 0}, {'P', 16384, 0}, {'P', 32768, 0}, {'P', 40000, 0}};
   EXPECT_EQ(progress.calls, expected);  // never asked whether to cancel
+
+  // An output in append mode, and a pipe, which cannot be positioned, get the same bytes.
+  zu::File append;
+  ASSERT_EQ(append.Open(zu::Path(dir.File("append.bin")), k_openModeAppend, 0), QO::k_resultSuccess);
+  RecordingProgress appendProgress;
+  EXPECT_EQ(in.data.WriteToFile(append, false, &appendProgress), QO::k_chunkSuccess);
+  append.Close();
+  EXPECT_EQ(ReadFileBytes(dir.File("append.bin")), "data" + U32(40000) + samples);
+  EXPECT_EQ(appendProgress.calls, expected);
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  ASSERT_EQ(fcntl(fds[1], F_SETPIPE_SZ, 1 << 17), 1 << 17);
+  FILE* pipeStream = fdopen(fds[1], "w");
+  {
+    zu::File pipeOut(pipeStream);
+    EXPECT_EQ(in.data.WriteToFile(pipeOut, false), QO::k_chunkSuccess);
+  }
+  std::fclose(pipeStream);
+  std::string piped(40100, '\0');
+  ssize_t got = 0, n = 0;
+  while ((n = read(fds[0], &piped[got], piped.size() - got)) > 0) got += n;
+  close(fds[0]);
+  EXPECT_EQ(piped.substr(0, got), "data" + U32(40000) + samples);
 
   QoDataChunk empty;
   EXPECT_EQ(empty.WriteToFile(out, false, &progress), QO::k_chunkFailure);
