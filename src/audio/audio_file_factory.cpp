@@ -28,7 +28,8 @@ QoAudioFileReader* QoAudioFileReader::Create(const char* path) {
   if (path == nullptr) return nullptr;
   const zu::Path filePath(path);
   const CStdStr extension = filePath.GetFileExtension();
-  if (!ExtensionEquals(extension, s_csOriginalFileExtAmb) && !ExtensionEquals(extension, s_csOriginalFileExtWav) &&
+  if (!ExtensionEquals(extension, s_csOriginalFileExtAmb) &&
+      !ExtensionEquals(extension, s_csOriginalFileExtWav) &&
       !ExtensionEquals(extension, s_csOriginalFileExtZem)) {
     return nullptr;
   }

@@ -2,8 +2,9 @@
 
 #include "audio/sample_conversion.h"
 
-bool QoAudioFileReader::ConvertToFloat32(void* in, float* out, unsigned int bitsPerSample, unsigned int numChannels,
-                                         unsigned int isFloat, unsigned int numFrames, bool byteSwap) {
+bool QoAudioFileReader::ConvertToFloat32(void* in, float* out, unsigned int bitsPerSample,
+                                         unsigned int numChannels, unsigned int isFloat,
+                                         unsigned int numFrames, bool byteSwap) {
   const size_t count = static_cast<size_t>(numChannels) * numFrames;
   const unsigned char* bytes = static_cast<const unsigned char*>(in);
   switch (bitsPerSample) {

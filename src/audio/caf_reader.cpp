@@ -7,7 +7,8 @@
 namespace {
 
 constexpr uint32_t FourCC(char a, char b, char c, char d) {
-  return static_cast<uint32_t>(static_cast<unsigned char>(a)) | (static_cast<uint32_t>(static_cast<unsigned char>(b)) << 8) |
+  return static_cast<uint32_t>(static_cast<unsigned char>(a)) |
+         (static_cast<uint32_t>(static_cast<unsigned char>(b)) << 8) |
          (static_cast<uint32_t>(static_cast<unsigned char>(c)) << 16) |
          (static_cast<uint32_t>(static_cast<unsigned char>(d)) << 24);
 }
@@ -28,14 +29,21 @@ constexpr uint32_t k_formatFlagFloat = 0x1;
 constexpr uint32_t k_formatFlagLittleEndian = 0x2;
 constexpr uint32_t k_chanSpeakerBits = 0x3F73F;
 
-enum State : unsigned int { k_expectFileHead = 0, k_expectChunkHead = 1, k_expectChunkBody = 2, k_dataFound = 4 };
+enum State : unsigned int {
+  k_expectFileHead = 0,
+  k_expectChunkHead = 1,
+  k_expectChunkBody = 2,
+  k_dataFound = 4
+};
 
 uint16_t LoadBE16(const unsigned char* p) { return static_cast<uint16_t>((p[0] << 8) | p[1]); }
 uint32_t LoadBE32(const unsigned char* p) {
-  return (static_cast<uint32_t>(p[0]) << 24) | (static_cast<uint32_t>(p[1]) << 16) | (static_cast<uint32_t>(p[2]) << 8) |
-         p[3];
+  return (static_cast<uint32_t>(p[0]) << 24) | (static_cast<uint32_t>(p[1]) << 16) |
+         (static_cast<uint32_t>(p[2]) << 8) | p[3];
 }
-uint64_t LoadBE64(const unsigned char* p) { return (static_cast<uint64_t>(LoadBE32(p)) << 32) | LoadBE32(p + 4); }
+uint64_t LoadBE64(const unsigned char* p) {
+  return (static_cast<uint64_t>(LoadBE32(p)) << 32) | LoadBE32(p + 4);
+}
 uint32_t LoadFourCC(const unsigned char* p) {
   uint32_t v;
   std::memcpy(&v, p, 4);
@@ -69,7 +77,9 @@ unsigned int QoCAFReader::Init(IQoSimpleStream* stream) {
   return QO::k_resultSuccess;
 }
 
-unsigned int QoCAFReader::OnUnknownChunk(void* /*body*/, long long /*size*/) { return QO::k_resultSuccess; }
+unsigned int QoCAFReader::OnUnknownChunk(void* /*body*/, long long /*size*/) {
+  return QO::k_resultSuccess;
+}
 
 unsigned int QoCAFReader::ReadChunks() {
   if (m_stream == nullptr) return QO::k_resultFailure;
@@ -168,8 +178,8 @@ unsigned int QoCAFReader::ReadDescription(const unsigned char* body, uint32_t si
   m_sampleRate = static_cast<unsigned int>(rate);
   const unsigned int sampleType = (flags & k_formatFlagFloat) ? 1 : 0;
   m_byteSwap = (flags & k_formatFlagLittleEndian) == 0;
-  m_sampleFormat = (m_sampleFormat & ~0x3FFFFu) | (bitsPerChannel & 63) | ((bytesPerPacket & 0x3FF) << 6) |
-                   (sampleType << 16);
+  m_sampleFormat = (m_sampleFormat & ~0x3FFFFu) | (bitsPerChannel & 63) |
+                   ((bytesPerPacket & 0x3FF) << 6) | (sampleType << 16);
   m_channelConfig = QO::GetDefaultChannelConfig(channels);
   return QO::k_resultSuccess;
 }
@@ -190,11 +200,13 @@ unsigned int QoCAFReader::ReadMatrix(const unsigned char* body, uint32_t size) {
   const uint32_t outputs = LoadBE32(body + 16);
   const uint32_t inputs = LoadBE32(body + 20);
   // More than 255 outputs cannot be described by a channel configuration.
-  if (inputs != QO::GetChannelConfigNumChannels(m_channelConfig) || m_matrix != nullptr || outputs > 255) {
+  if (inputs != QO::GetChannelConfigNumChannels(m_channelConfig) || m_matrix != nullptr ||
+      outputs > 255) {
     return QO::k_resultInvalidFile;
   }
   const unsigned long long count = static_cast<unsigned long long>(outputs) * inputs;
-  if (24 + count * 4 > size) return QO::k_resultInvalidFile;  // the coefficients must be in the body
+  if (24 + count * 4 > size)
+    return QO::k_resultInvalidFile;  // the coefficients must be in the body
   if (m_allocator == nullptr) return QO::k_resultOutOfMemory;
   float* matrix = static_cast<float*>(m_allocator->Malloc(static_cast<size_t>(count * 4)));
   if (matrix == nullptr) return QO::k_resultOutOfMemory;
@@ -209,7 +221,8 @@ unsigned int QoCAFReader::ReadMatrix(const unsigned char* body, uint32_t size) {
   return QO::k_resultSuccess;
 }
 
-QoCAFFileReader::QoCAFFileReader() : m_reader(&zuFXMemAlloc::m_instance), m_format(), m_readFrameSize(0) {}
+QoCAFFileReader::QoCAFFileReader()
+    : m_reader(&zuFXMemAlloc::m_instance), m_format(), m_readFrameSize(0) {}
 
 QoCAFFileReader::~QoCAFFileReader() {}
 
@@ -239,7 +252,8 @@ bool QoCAFFileReader::ReadChunks(unsigned int /*flags*/) {
   m_readFrameSize = HasMatrixMix() ? bits * m_reader.GetMatrixInputs() / 8 : bytesPerFrame;
   // The conversion reads whole samples of the described width: a frame as stored must hold them.
   if (bits == 16 || bits == 24 || bits == 32) {
-    if (static_cast<unsigned long long>(storedChannels) * (bits / 8) > m_readFrameSize) return false;
+    if (static_cast<unsigned long long>(storedChannels) * (bits / 8) > m_readFrameSize)
+      return false;
   }
   return true;
 }
@@ -260,8 +274,8 @@ double QoCAFFileReader::GetDuration() const {
 }
 
 long long QoCAFFileReader::SeekToAudioFrame(unsigned int frame) {
-  return m_stream.SetPosition(static_cast<long long>(m_reader.GetDataOffset() +
-                                                      static_cast<unsigned long long>(frame) * m_readFrameSize));
+  return m_stream.SetPosition(static_cast<long long>(
+      m_reader.GetDataOffset() + static_cast<unsigned long long>(frame) * m_readFrameSize));
 }
 
 unsigned int QoCAFFileReader::ReadPCMDataAsFloat32(unsigned int frames, float* out) {
@@ -291,7 +305,8 @@ unsigned int QoCAFFileReader::ReadPCMDataAsFloat32(unsigned int frames, float* o
       float* dst = out + static_cast<size_t>(f) * outputs;
       for (unsigned int r = 0; r < outputs; ++r) {
         float sum = 0.0f;
-        for (unsigned int c = 0; c < inputs; ++c) sum += in[c] * matrix[static_cast<size_t>(c) * outputs + r];
+        for (unsigned int c = 0; c < inputs; ++c)
+          sum += in[c] * matrix[static_cast<size_t>(c) * outputs + r];
         dst[r] = sum;
       }
     }

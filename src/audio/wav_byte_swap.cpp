@@ -7,7 +7,20 @@ namespace {
 void Swap(uint16_t& v) { v = WavByteSwapHelpers::Swap16(v); }
 void Swap(uint32_t& v) { v = WavByteSwapHelpers::Swap32(v); }
 
-void ConvertSamples(unsigned char* data, unsigned int size, unsigned int bitsPerSample, bool keep8Bit) {
+// The leading fields that both aligned format records share, cbSize included.
+template <typename Format>
+void SwapBasicFormatFields(Format& format) {
+  Swap(format.wFormatTag);
+  Swap(format.nChannels);
+  Swap(format.nSamplesPerSec);
+  Swap(format.nAvgBytesPerSec);
+  Swap(format.nBlockAlign);
+  Swap(format.wBitsPerSample);
+  Swap(format.cbSize);
+}
+
+void ConvertSamples(unsigned char* data, unsigned int size, unsigned int bitsPerSample,
+                    bool keep8Bit) {
   if (data == nullptr) return;
   if (bitsPerSample == 16) {
     // Only whole words are swapped: a trailing partial word stays, as nothing past size is touched.
@@ -54,25 +67,13 @@ void WavByteSwapHelpers::Convert(tWAVEFORMATEX& format) {
 }
 
 void WavByteSwapHelpers::Convert(WAVEFORMATEXTENSIBLE& format) {
-  Swap(format.wFormatTag);
-  Swap(format.nChannels);
-  Swap(format.nSamplesPerSec);
-  Swap(format.nAvgBytesPerSec);
-  Swap(format.nBlockAlign);
-  Swap(format.wBitsPerSample);
-  Swap(format.cbSize);
+  SwapBasicFormatFields(format);
   Swap(format.wValidBitsPerSample);
   Swap(format.dwChannelMask);
 }
 
 void WavByteSwapHelpers::Convert(WaveFormatExtensible& format) {
-  Swap(format.wFormatTag);
-  Swap(format.nChannels);
-  Swap(format.nSamplesPerSec);
-  Swap(format.nAvgBytesPerSec);
-  Swap(format.nBlockAlign);
-  Swap(format.wBitsPerSample);
-  Swap(format.cbSize);
+  SwapBasicFormatFields(format);
   Swap(format.wReserved);
   Swap(format.channelConfig);
 }
@@ -106,12 +107,12 @@ void WavByteSwapHelpers::Convert(WAV_CUE& cue) {
   Swap(cue.dwSampleOffset);
 }
 
-void WavByteSwapHelpers::ConvertData(unsigned char* data, unsigned int size, const WaveFormatExtensible& format,
-                                     bool keep8Bit) {
+void WavByteSwapHelpers::ConvertData(unsigned char* data, unsigned int size,
+                                     const WaveFormatExtensible& format, bool keep8Bit) {
   ConvertSamples(data, size, format.wBitsPerSample, keep8Bit);
 }
 
-void WavByteSwapHelpers::ConvertData(unsigned char* data, unsigned int size, const WAVEFORMATEXTENSIBLE& format,
-                                     bool keep8Bit) {
+void WavByteSwapHelpers::ConvertData(unsigned char* data, unsigned int size,
+                                     const WAVEFORMATEXTENSIBLE& format, bool keep8Bit) {
   ConvertSamples(data, size, format.wBitsPerSample, keep8Bit);
 }

@@ -1,6 +1,6 @@
 #include <qobase/audio/wav_byte_swap.h>
-#include <qobase/result_code.h>
 #include <qobase/audio/wav_file_reader.h>
+#include <qobase/result_code.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -28,7 +28,9 @@ QoWavFileReader::~QoWavFileReader() {
   std::free(m_readBuffer);
 }
 
-uint32_t QoWavFileReader::Swap(uint32_t v) const { return m_byteSwapped ? WavByteSwapHelpers::Swap32(v) : v; }
+uint32_t QoWavFileReader::Swap(uint32_t v) const {
+  return m_byteSwapped ? WavByteSwapHelpers::Swap32(v) : v;
+}
 
 bool QoWavFileReader::Skip(long long bytes) {
   return bytes == 0 || m_file.SetFilePointer(bytes, zu::k_fileCurrent) >= 0;
@@ -61,7 +63,8 @@ bool QoWavFileReader::Open(const zu::Path& path) {
   const unsigned long long declaredEnd = static_cast<unsigned long long>(Swap(riffSize)) + 8;
   const long long fileSize = m_file.GetFileSize();
   unsigned long long end = declaredEnd;
-  if (fileSize >= 0 && static_cast<unsigned long long>(fileSize) < end) end = static_cast<unsigned long long>(fileSize);
+  if (fileSize >= 0 && static_cast<unsigned long long>(fileSize) < end)
+    end = static_cast<unsigned long long>(fileSize);
   m_riffEnd = static_cast<uint32_t>(std::min<unsigned long long>(end, 0xFFFFFFFFull));
   return true;
 }
@@ -97,8 +100,10 @@ bool QoWavFileReader::ReadChunks(unsigned int flags) {
         if (offset < 0) return false;
         m_dataSize = size;
         m_dataOffset = static_cast<uint32_t>(offset);
-        const unsigned long long claimedEnd = static_cast<unsigned long long>(m_dataOffset) + m_dataSize;
-        if (m_dataOffset <= m_riffEnd && m_riffEnd < claimedEnd) m_dataSize = m_riffEnd - m_dataOffset;
+        const unsigned long long claimedEnd =
+            static_cast<unsigned long long>(m_dataOffset) + m_dataSize;
+        if (m_dataOffset <= m_riffEnd && m_riffEnd < claimedEnd)
+          m_dataSize = m_riffEnd - m_dataOffset;
         m_dataPosition = 0;
         m_chunksFound |= QO::k_chunkData;
         if (!Skip(m_dataSize)) return false;
@@ -134,7 +139,8 @@ bool QoWavFileReader::ReadFormatChunk(uint32_t size) {
   const unsigned int wanted = std::min<uint32_t>(size, sizeof(record));
   unsigned int got = 0;
   if (!m_file.Read(&record, wanted, got) || got != wanted) return false;
-  if (size > sizeof(record) && !Skip(static_cast<long long>(size) - static_cast<long long>(sizeof(record)))) {
+  if (size > sizeof(record) &&
+      !Skip(static_cast<long long>(size) - static_cast<long long>(sizeof(record)))) {
     return false;
   }
   if (wanted == sizeof(WaveFormatExtensible)) {
@@ -153,7 +159,8 @@ bool QoWavFileReader::ReadFormatChunk(uint32_t size) {
   if (m_byteSwapped) WavByteSwapHelpers::Convert(record);
 
   if (record.wFormatTag == QO::k_waveFormatPcm || record.wFormatTag == QO::k_waveFormatIeeeFloat) {
-    record.SubFormat = record.wFormatTag == QO::k_waveFormatPcm ? ks_dataformat_pcm : ks_dataformat_ieee_float;
+    record.SubFormat =
+        record.wFormatTag == QO::k_waveFormatPcm ? ks_dataformat_pcm : ks_dataformat_ieee_float;
     record.dwChannelMask = QO::GetDefaultChannelMask(record.nChannels);
     record.wFormatTag = QO::k_waveFormatExtensible;
     record.wValidBitsPerSample = 0;
@@ -163,7 +170,8 @@ bool QoWavFileReader::ReadFormatChunk(uint32_t size) {
   const QoChannelConfig config = QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(record);
   if (QO::GetChannelConfigNumChannels(config) == 0) return false;
   record.nChannels = static_cast<uint16_t>(QO::GetChannelConfigNumChannels(config));
-  const uint16_t minimumAlign = static_cast<uint16_t>(static_cast<uint16_t>(record.wBitsPerSample * record.nChannels) / 8);
+  const uint16_t minimumAlign =
+      static_cast<uint16_t>(static_cast<uint16_t>(record.wBitsPerSample * record.nChannels) / 8);
   record.nBlockAlign = std::max(record.nBlockAlign, minimumAlign);
 
   std::memcpy(&m_format, &record, 20);
@@ -225,7 +233,8 @@ bool QoWavFileReader::ReadListChunk(uint32_t size) {
       // A label that claims more than the file holds would be a short read: refuse it before
       // allocating anything.
       const long long here = m_file.SetFilePointer(0, zu::k_fileCurrent);
-      if (here < 0 || fileSize < 0 || static_cast<unsigned long long>(fileSize - here) < toRead) return false;
+      if (here < 0 || fileSize < 0 || static_cast<unsigned long long>(fileSize - here) < toRead)
+        return false;
       char* text = static_cast<char*>(std::malloc(static_cast<size_t>(toRead) + 1));
       if (text == nullptr) return false;
       if (!m_file.Read(text, toRead, got) || got != toRead) {
@@ -294,7 +303,8 @@ double QoWavFileReader::GetLoopEnd() const {
 
 long long QoWavFileReader::SeekToAudioFrame(unsigned int frame) {
   m_dataPosition = frame * static_cast<uint32_t>(m_format.nBlockAlign);
-  return m_file.SetFilePointer(static_cast<long long>(m_dataOffset) + m_dataPosition, zu::k_fileBegin);
+  return m_file.SetFilePointer(static_cast<long long>(m_dataOffset) + m_dataPosition,
+                               zu::k_fileBegin);
 }
 
 unsigned int QoWavFileReader::ReadFrames(unsigned int n) {
@@ -318,8 +328,8 @@ unsigned int QoWavFileReader::ReadPCMDataAsFloat32(unsigned int frames, float* o
   if (n == 0) return 0;
   const unsigned int got = ReadFrames(n);
   const unsigned int framesRead = got / blockAlign;
-  ConvertToFloat32(m_readBuffer, out, (blockAlign / channels) * 8, channels, m_isFloat ? 1 : 0, framesRead,
-                   m_byteSwapped);
+  ConvertToFloat32(m_readBuffer, out, (blockAlign / channels) * 8, channels, m_isFloat ? 1 : 0,
+                   framesRead, m_byteSwapped);
   m_dataPosition += got;
   return framesRead;
 }

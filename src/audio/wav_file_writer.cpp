@@ -1,11 +1,13 @@
 #include <qobase/audio/wav_byte_swap.h>
-#include <qobase/result_code.h>
 #include <qobase/audio/wav_file_writer.h>
 #include <qobase/files/directory_operations.h>
+#include <qobase/result_code.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "audio/sample_conversion.h"
 
@@ -18,6 +20,8 @@ T FieldAt(const void* record, size_t offset) {
   std::memcpy(&v, static_cast<const unsigned char*>(record) + offset, sizeof(T));
   return v;
 }
+
+constexpr size_t k_streamBufferSize = 1024 * 1024;
 
 struct FreeDeleter {
   void operator()(void* p) const { std::free(p); }
@@ -44,7 +48,9 @@ QoWavFileWriter::~QoWavFileWriter() {
   FreeMarkers();
 }
 
-uint32_t QoWavFileWriter::ToFile(uint32_t v) const { return m_bigEndian ? WavByteSwapHelpers::Swap32(v) : v; }
+uint32_t QoWavFileWriter::ToFile(uint32_t v) const {
+  return m_bigEndian ? WavByteSwapHelpers::Swap32(v) : v;
+}
 
 void QoWavFileWriter::FreeMarkers() {
   for (QO_WAVE_MARKER& marker : m_markers) std::free(marker.label);
@@ -76,6 +82,12 @@ bool QoWavFileWriter::Open(const zu::Path& path, bool bigEndian) {
   const CStdStr parent = path.GetParent();
   if (!parent.empty()) zu::EnsureDirectoryExists(parent);
   if (m_file.Open(path, k_openModeWrite, 0) != QO::k_resultSuccess) return false;
+  // Samples arrive in blocks of a few thousand frames: a large stream buffer turns them into
+  // few large writes.
+  if (!m_streamBuffer) m_streamBuffer.reset(new (std::nothrow) char[k_streamBufferSize]);
+  if (m_streamBuffer && m_file.GetStream() != nullptr) {
+    setvbuf(m_file.GetStream(), m_streamBuffer.get(), _IOFBF, k_streamBufferSize);
+  }
   m_bigEndian = bigEndian;
   m_chunksWritten = 0;
   m_dataStart = 0;
@@ -123,11 +135,13 @@ bool QoWavFileWriter::WriteChunk_FMT() {
   if (m_formatEx != nullptr) {
     WAVEFORMATEXTENSIBLE record = *m_formatEx;
     if (m_bigEndian) WavByteSwapHelpers::Convert(record);
-    if (!WriteRIFFHeader(QO::k_fccFmt, sizeof(record)) || !m_file.Write(&record, sizeof(record))) return false;
+    if (!WriteRIFFHeader(QO::k_fccFmt, sizeof(record)) || !m_file.Write(&record, sizeof(record)))
+      return false;
   } else if (m_format != nullptr) {
     WaveFormatExtensible record = *m_format;
     if (m_bigEndian) WavByteSwapHelpers::Convert(record);
-    if (!WriteRIFFHeader(QO::k_fccFmt, sizeof(record)) || !m_file.Write(&record, sizeof(record))) return false;
+    if (!WriteRIFFHeader(QO::k_fccFmt, sizeof(record)) || !m_file.Write(&record, sizeof(record)))
+      return false;
   } else {
     return false;
   }
@@ -148,8 +162,8 @@ bool QoWavFileWriter::WriteChunk_SMPL() {
     WavByteSwapHelpers::Convert(sampler);
     WavByteSwapHelpers::Convert(loop);
   }
-  return WriteRIFFHeader(QO::k_fccSmpl, sizeof(sampler) + sizeof(loop)) && m_file.Write(&sampler, sizeof(sampler)) &&
-         m_file.Write(&loop, sizeof(loop));
+  return WriteRIFFHeader(QO::k_fccSmpl, sizeof(sampler) + sizeof(loop)) &&
+         m_file.Write(&sampler, sizeof(sampler)) && m_file.Write(&loop, sizeof(loop));
 }
 
 bool QoWavFileWriter::WriteChunk_CUE() {
@@ -221,10 +235,12 @@ bool QoWavFileWriter::WriteSamples(const void* bytes, size_t size, unsigned int 
 
 bool QoWavFileWriter::WriteInt16AsPCMData(unsigned int frames, short* samples) {
   const unsigned int channels = Channels();
-  if (channels == 0 || static_cast<uint16_t>(BlockAlign() / channels) != 2 || !m_file.IsOpen()) return false;
+  if (channels == 0 || static_cast<uint16_t>(BlockAlign() / channels) != 2 || !m_file.IsOpen())
+    return false;
   const size_t count = static_cast<size_t>(channels) * frames;
   if (!m_bigEndian) return WriteSamples(samples, count * 2, frames);
-  std::unique_ptr<unsigned char, FreeDeleter> buffer(static_cast<unsigned char*>(std::malloc(count * 2 + 1)));
+  std::unique_ptr<unsigned char, FreeDeleter> buffer(
+      static_cast<unsigned char*>(std::malloc(count * 2 + 1)));
   if (!buffer) return false;
   qobase_audio::CopyInt16(samples, buffer.get(), count, true);
   return WriteSamples(buffer.get(), count * 2, frames);
@@ -237,7 +253,8 @@ bool QoWavFileWriter::WriteReal32AsPCMData(unsigned int frames, float* samples) 
   if (k < 2 || k > 4) return false;
   const size_t count = static_cast<size_t>(channels) * frames;
   if (k == 4 && !m_bigEndian) return WriteSamples(samples, count * 4, frames);
-  std::unique_ptr<unsigned char, FreeDeleter> buffer(static_cast<unsigned char*>(std::malloc(count * k + 1)));
+  std::unique_ptr<unsigned char, FreeDeleter> buffer(
+      static_cast<unsigned char*>(std::malloc(count * k + 1)));
   if (!buffer) return false;
   if (k == 4) {
     qobase_audio::FloatToFloat32(samples, buffer.get(), count, true);

@@ -25,7 +25,8 @@ uint32_t GetDefaultChannelMask(uint32_t numChannels) {
 
 QoChannelConfig GetDefaultChannelConfig(uint32_t numChannels) {
   if (numChannels >= 1 && numChannels <= 8) {
-    return MakeChannelConfig(numChannels, k_channelConfigStandard, GetDefaultChannelMask(numChannels));
+    return MakeChannelConfig(numChannels, k_channelConfigStandard,
+                             GetDefaultChannelMask(numChannels));
   }
   return MakeChannelConfig(numChannels, k_channelConfigAnonymous, 0);
 }
@@ -35,20 +36,23 @@ QoChannelConfig SetChannelConfigFromWAVEFORMATEXTENSIBLE(const WAVEFORMATEXTENSI
   if (format.wFormatTag != k_waveFormatExtensible) return GetDefaultChannelConfig(n);
 
   if (format.dwChannelMask != 0) {
-    if (CountBits(format.dwChannelMask & k_countedSpeakerBits) != n) return GetDefaultChannelConfig(n);
+    if (CountBits(format.dwChannelMask & k_countedSpeakerBits) != n)
+      return GetDefaultChannelConfig(n);
     uint32_t mask = format.dwChannelMask;
     // Front left alone is a mono file: put it in the centre.
     if ((mask & 0x7) == k_speakerFrontLeft) mask = (mask & ~0x5u) | k_speakerFrontCenter;
     // A rear pair without side speakers plays on the sides.
     if ((mask & k_speakerBackLeft) && !(mask & k_speakerSideLeft)) {
-      mask = (mask & ~(k_speakerBackLeft | k_speakerBackRight | k_speakerSideLeft | k_speakerSideRight)) |
+      mask = (mask &
+              ~(k_speakerBackLeft | k_speakerBackRight | k_speakerSideLeft | k_speakerSideRight)) |
              k_speakerSideLeft | k_speakerSideRight;
     }
     return MakeChannelConfig(CountBits(mask), k_channelConfigStandard, mask);
   }
 
   if (format.SubFormat != s_ambisonic) return GetDefaultChannelConfig(n);
-  if (n == 10 || (n >= 12 && n <= 15) || n > 16) return MakeChannelConfig(n, k_channelConfigAnonymous, 0);
+  if (n == 10 || (n >= 12 && n <= 15) || n > 16)
+    return MakeChannelConfig(n, k_channelConfigAnonymous, 0);
   return MakeChannelConfig(n, k_channelConfigAmbisonic, 0);
 }
 

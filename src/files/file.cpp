@@ -38,6 +38,13 @@ bool TruncateRegularFile(int descriptor) {
   return ftruncate(descriptor, 0) == 0;
 }
 
+// The status of the file open on `stream`; false when closed or when it cannot be read.
+bool StatStream(FILE* stream, struct stat& info) {
+  if (!stream) return false;
+  const int descriptor = fileno(stream);
+  return descriptor >= 0 && fstat(descriptor, &info) == 0;
+}
+
 }  // namespace
 
 File::File() : m_stream(nullptr), m_borrowed(false), m_flags(0) {}
@@ -184,26 +191,19 @@ long long File::SetFilePointer(long long offset, FilePointerPosition origin) con
 }
 
 long long File::GetFileSize() const {
-  if (!m_stream) return -1;
-  const int descriptor = fileno(m_stream);
   struct stat info;
-  if (descriptor < 0 || fstat(descriptor, &info) != 0) return -1;
-  return static_cast<long long>(info.st_size);
+  return StatStream(m_stream, info) ? static_cast<long long>(info.st_size) : -1;
 }
 
 long long File::GetLastWriteTime() const {
-  if (!m_stream) return -1;
-  const int descriptor = fileno(m_stream);
   struct stat info;
-  if (descriptor < 0 || fstat(descriptor, &info) != 0) return -1;
-  return static_cast<long long>(info.st_mtime);
+  return StatStream(m_stream, info) ? static_cast<long long>(info.st_mtime) : -1;
 }
 
 bool File::SetLastWriteTime(long long seconds) const {
-  if (!m_stream) return false;
-  const int descriptor = fileno(m_stream);
   struct stat info;
-  if (descriptor < 0 || fstat(descriptor, &info) != 0) return false;
+  if (!StatStream(m_stream, info)) return false;
+  const int descriptor = fileno(m_stream);
   struct timeval times[2];
   times[0].tv_sec = info.st_atime;
   times[0].tv_usec = 0;

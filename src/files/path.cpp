@@ -5,6 +5,8 @@
 #include <cstring>
 #include <locale>
 
+#include "files/path_text.h"
+
 namespace zu {
 namespace {
 
@@ -156,28 +158,10 @@ Path& Path::RemoveTrailingSeparator() {
 
 Path& Path::NormalizeFilePath() {
   const std::string& text = Fs().native();
-  const size_t length = text.size();
   // Fast answer for the common case: no doubled and no trailing separator.
-  if (length == 0) return *this;
-  if (text.back() != '/' && text.find("//") == std::string::npos) return *this;
-
-  std::string result;
-  result.reserve(length);
-  if (text[0] == '/' && Fs().root_name().empty()) result += '/';
-  bool anyToken = false;
-  size_t position = 0;
-  while (position < length) {
-    while (position < length && text[position] == '/') ++position;
-    if (position >= length) break;
-    size_t end = text.find('/', position);
-    if (end == std::string::npos) end = length;
-    if (anyToken) result += '/';
-    result.append(text, position, end - position);
-    anyToken = true;
-    position = end;
-  }
-  if (!anyToken) return *this;
-  if (result != text) MutableFs() = result;
+  if (text.empty() || (text.back() != '/' && text.find("//") == std::string::npos)) return *this;
+  std::string collapsed = text;
+  if (detail::CollapseSeparators(collapsed)) MutableFs() = std::move(collapsed);
   return *this;
 }
 
@@ -332,4 +316,34 @@ bool IsWindowNetworkRoot(CStdStr text) {
   return rest.find(separator, slash + 1) == std::string::npos;
 }
 
+namespace detail {
+
+bool CollapseSeparators(std::string& text) {
+  const size_t length = text.size();
+  if (length == 0) return false;
+  if (text.back() != '/' && text.find("//") == std::string::npos) return false;
+  std::string result;
+  result.reserve(length);
+  // Only a text starting with "//" can carry a root name; ask the path library then.
+  const bool rootName = length > 2 && text[0] == '/' && text[1] == '/' &&
+                        !FsPath(text).root_name().empty();
+  if (text[0] == '/' && !rootName) result += '/';
+  bool anyToken = false;
+  size_t position = 0;
+  while (position < length) {
+    while (position < length && text[position] == '/') ++position;
+    if (position >= length) break;
+    size_t end = text.find('/', position);
+    if (end == std::string::npos) end = length;
+    if (anyToken) result += '/';
+    result.append(text, position, end - position);
+    anyToken = true;
+    position = end;
+  }
+  if (!anyToken || result == text) return false;
+  text.swap(result);
+  return true;
+}
+
+}  // namespace detail
 }  // namespace zu

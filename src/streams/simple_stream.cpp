@@ -1,3 +1,4 @@
+#include <qobase/files/file_operation.h>
 #include <qobase/result_code.h>
 #include <qobase/streams/simple_stream.h>
 
@@ -15,7 +16,7 @@ bool QoSimpleStreamStdio::Open(const CStdStr& path) {
     std::fclose(m_stream);
     m_stream = nullptr;
   }
-  m_stream = std::fopen(path.c_str(), "rb");
+  m_stream = zu::FileOperation::OpenFile(path, "rb");
   return m_stream != nullptr;
 }
 

@@ -53,6 +53,7 @@ class QoAudioFileReader {
   // Converts numChannels x numFrames samples of the given container width to float: 16 bits
   // scaled by 2^-15, 24 bits (3 bytes) by 2^-23, 32 bits copied when isFloat is 1, else scaled
   // by 2^-31; byteSwap reads big-endian samples. Any other width: false, nothing written.
-  static bool ConvertToFloat32(void* in, float* out, unsigned int bitsPerSample, unsigned int numChannels,
-                               unsigned int isFloat, unsigned int numFrames, bool byteSwap);
+  static bool ConvertToFloat32(void* in, float* out, unsigned int bitsPerSample,
+                               unsigned int numChannels, unsigned int isFloat,
+                               unsigned int numFrames, bool byteSwap);
 };

@@ -89,7 +89,9 @@ class QoCAFFileReader : public QoAudioFileReader {
   double GetDuration() const override;
   double GetLoopStart() const override { return 0.0; }
   double GetLoopEnd() const override { return 0.0; }
-  unsigned int GetDataSize() const override { return static_cast<unsigned int>(m_reader.GetDataSize()); }
+  unsigned int GetDataSize() const override {
+    return static_cast<unsigned int>(m_reader.GetDataSize());
+  }
   // Always empty: CAF files carry no markers here.
   const std::vector<QO_WAVE_MARKER>& GetMarkers() const override;
   unsigned int GetLoopStartFrame() const override { return 0; }

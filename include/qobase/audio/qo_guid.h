@@ -17,7 +17,9 @@ struct QoGuid {
 static_assert(sizeof(QoGuid) == 16, "QoGuid is 16 bytes");
 
 // Byte-wise equality: GUIDs are compared as the 16 bytes they are stored as.
-inline bool operator==(const QoGuid& a, const QoGuid& b) { return std::memcmp(&a, &b, sizeof(QoGuid)) == 0; }
+inline bool operator==(const QoGuid& a, const QoGuid& b) {
+  return std::memcmp(&a, &b, sizeof(QoGuid)) == 0;
+}
 inline bool operator!=(const QoGuid& a, const QoGuid& b) { return !(a == b); }
 
 // The all-zero GUID.

@@ -27,6 +27,8 @@ class WavByteSwapHelpers {
   // Converts size bytes of samples in place by wBitsPerSample: 16 and 32 bits swap every word
   // that starts below size; 8 bits flip the sign bit of every byte (unsigned <-> signed) unless
   // keep8Bit is true; any other width is left as it is.
-  static void ConvertData(unsigned char* data, unsigned int size, const WaveFormatExtensible& format, bool keep8Bit);
-  static void ConvertData(unsigned char* data, unsigned int size, const WAVEFORMATEXTENSIBLE& format, bool keep8Bit);
+  static void ConvertData(unsigned char* data, unsigned int size,
+                          const WaveFormatExtensible& format, bool keep8Bit);
+  static void ConvertData(unsigned char* data, unsigned int size,
+                          const WAVEFORMATEXTENSIBLE& format, bool keep8Bit);
 };

@@ -16,6 +16,7 @@
 #include <qobase/files/path.h>
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 class QoWavFileWriter {
@@ -75,6 +76,8 @@ class QoWavFileWriter {
   unsigned int Channels() const;
   unsigned int SampleRate() const;
 
+  // The output stream's buffer; declared before the file so that it outlives the stream.
+  std::unique_ptr<char[]> m_streamBuffer;
   zu::File m_file;
   unsigned int m_chunksWritten;
   uint32_t m_dataStart;

@@ -80,15 +80,15 @@ struct WaveFormatExtensible {
   uint16_t nBlockAlign;
   uint16_t wBitsPerSample;
   uint16_t cbSize;
-  uint16_t wReserved;  // bytes 18-19 of the format chunk body it was read from (0 if none)
+  uint16_t wReserved;      // bytes 18-19 of the format chunk body it was read from (0 if none)
   uint32_t channelConfig;  // packed QoChannelConfig
 };
 
 // One record of the "cue " chunk, whose body is a u32 count followed by count records.
 struct WAV_CUE {
-  uint32_t dwName;  // cue point ID
+  uint32_t dwName;      // cue point ID
   uint32_t dwPosition;  // sample frames
-  uint32_t fccChunk;  // "data" when written by this library
+  uint32_t fccChunk;    // "data" when written by this library
   uint32_t dwChunkStart;
   uint32_t dwBlockStart;
   uint32_t dwSampleOffset;
@@ -111,7 +111,7 @@ struct SAMPLER_LOOP {
   uint32_t dwIdentifier;
   uint32_t dwType;
   uint32_t dwStart;  // sample frames
-  uint32_t dwEnd;  // sample frames
+  uint32_t dwEnd;    // sample frames
   uint32_t dwFraction;
   uint32_t dwPlayCount;
 };
@@ -119,8 +119,8 @@ struct SAMPLER_LOOP {
 // A marker as the reader returns it and the writer takes it. The label is malloc'd and owned
 // by the list that holds the marker, which releases it with free.
 struct QO_WAVE_MARKER {
-  uint32_t ID;  // cue point ID, unique in a marker list
-  uint32_t position;  // sample frames
+  uint32_t ID;         // cue point ID, unique in a marker list
+  uint32_t position;   // sample frames
   uint32_t labelSize;  // label bytes, terminating NUL included when present; 0: no label
   char* label;
 };
@@ -132,29 +132,38 @@ struct LABEL {
   char* text;
 };
 
-static_assert(sizeof(RIFFHEADER) == 8, "RIFFHEADER is 8 bytes");
-static_assert(offsetof(RIFFHEADER, size) == 4, "RIFFHEADER layout");
-static_assert(sizeof(tWAVEFORMATEX) == 18, "tWAVEFORMATEX is 18 bytes");
-static_assert(offsetof(tWAVEFORMATEX, nChannels) == 2 && offsetof(tWAVEFORMATEX, nSamplesPerSec) == 4 &&
-                  offsetof(tWAVEFORMATEX, nAvgBytesPerSec) == 8 && offsetof(tWAVEFORMATEX, nBlockAlign) == 12 &&
-                  offsetof(tWAVEFORMATEX, wBitsPerSample) == 14 && offsetof(tWAVEFORMATEX, cbSize) == 16,
+namespace QO {
+namespace internal {
+// The leading fields every format record shares, at the offsets of the basic format record.
+template <typename Format>
+constexpr bool HasWaveFormatHead() {
+  return offsetof(Format, nChannels) == 2 && offsetof(Format, nSamplesPerSec) == 4 &&
+         offsetof(Format, nAvgBytesPerSec) == 8 && offsetof(Format, nBlockAlign) == 12 &&
+         offsetof(Format, wBitsPerSample) == 14 && offsetof(Format, cbSize) == 16;
+}
+}  // namespace internal
+}  // namespace QO
+
+static_assert(sizeof(RIFFHEADER) == 8 && offsetof(RIFFHEADER, size) == 4, "RIFFHEADER layout");
+static_assert(sizeof(tWAVEFORMATEX) == 18 && QO::internal::HasWaveFormatHead<tWAVEFORMATEX>(),
               "tWAVEFORMATEX layout");
-static_assert(sizeof(WAVEFORMATEXTENSIBLE) == 44, "WAVEFORMATEXTENSIBLE is 44 bytes");
-static_assert(offsetof(WAVEFORMATEXTENSIBLE, nChannels) == 2 && offsetof(WAVEFORMATEXTENSIBLE, nSamplesPerSec) == 4 &&
-                  offsetof(WAVEFORMATEXTENSIBLE, nAvgBytesPerSec) == 8 &&
-                  offsetof(WAVEFORMATEXTENSIBLE, nBlockAlign) == 12 &&
-                  offsetof(WAVEFORMATEXTENSIBLE, wBitsPerSample) == 14 && offsetof(WAVEFORMATEXTENSIBLE, cbSize) == 16 &&
+static_assert(sizeof(WAVEFORMATEXTENSIBLE) == 44 &&
+                  QO::internal::HasWaveFormatHead<WAVEFORMATEXTENSIBLE>() &&
                   offsetof(WAVEFORMATEXTENSIBLE, wValidBitsPerSample) == 20 &&
-                  offsetof(WAVEFORMATEXTENSIBLE, dwChannelMask) == 24 && offsetof(WAVEFORMATEXTENSIBLE, SubFormat) == 28,
+                  offsetof(WAVEFORMATEXTENSIBLE, dwChannelMask) == 24 &&
+                  offsetof(WAVEFORMATEXTENSIBLE, SubFormat) == 28,
               "WAVEFORMATEXTENSIBLE layout");
-static_assert(sizeof(WaveFormatExtensible) == 24, "WaveFormatExtensible is 24 bytes");
-static_assert(offsetof(WaveFormatExtensible, nBlockAlign) == 12 && offsetof(WaveFormatExtensible, cbSize) == 16 &&
-                  offsetof(WaveFormatExtensible, wReserved) == 18 && offsetof(WaveFormatExtensible, channelConfig) == 20,
+static_assert(sizeof(WaveFormatExtensible) == 24 &&
+                  QO::internal::HasWaveFormatHead<WaveFormatExtensible>() &&
+                  offsetof(WaveFormatExtensible, wReserved) == 18 &&
+                  offsetof(WaveFormatExtensible, channelConfig) == 20,
               "WaveFormatExtensible layout");
-static_assert(sizeof(WAV_CUE) == 24 && offsetof(WAV_CUE, fccChunk) == 8 && offsetof(WAV_CUE, dwSampleOffset) == 20,
+static_assert(sizeof(WAV_CUE) == 24 && offsetof(WAV_CUE, fccChunk) == 8 &&
+                  offsetof(WAV_CUE, dwSampleOffset) == 20,
               "WAV_CUE layout");
 static_assert(sizeof(SAMPLER) == 36 && offsetof(SAMPLER, cSampleLoops) == 28, "SAMPLER layout");
-static_assert(sizeof(SAMPLER_LOOP) == 24 && offsetof(SAMPLER_LOOP, dwStart) == 8 && offsetof(SAMPLER_LOOP, dwEnd) == 12,
+static_assert(sizeof(SAMPLER_LOOP) == 24 && offsetof(SAMPLER_LOOP, dwStart) == 8 &&
+                  offsetof(SAMPLER_LOOP, dwEnd) == 12,
               "SAMPLER_LOOP layout");
 
 // A channel configuration packed into 32 bits: bits 0-7 number of channels (0 means invalid),
@@ -166,7 +175,7 @@ namespace QO {
 // Configuration types of QoChannelConfig.
 enum ChannelConfigType : uint32_t {
   k_channelConfigAnonymous = 0,  // channels without positions
-  k_channelConfigStandard = 1,  // speaker layout given by the mask
+  k_channelConfigStandard = 1,   // speaker layout given by the mask
   k_channelConfigAmbisonic = 2,
 };
 

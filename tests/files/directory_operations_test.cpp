@@ -1,0 +1,215 @@
+// Recursive listing, searching, removal and copying, and the filters that guard them.
+#include <qobase/files/directory_operations.h>
+#include <qobase/files/path.h>
+
+#include <boost/filesystem.hpp>
+#include <gtest/gtest.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <set>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+namespace {
+
+void MakeFiles(const qotest::TempDir& dir, std::initializer_list<const char*> names) {
+  for (const char* name : names) {
+    const std::string path = dir.File(name);
+    ASSERT_TRUE(zu::EnsureDirectoryExists(zu::Path(path).GetParent()));
+    ASSERT_TRUE(qotest::WriteFileBytes(path, name));
+  }
+}
+
+std::vector<std::string> Sorted(const std::vector<CStdStr>& paths) {
+  std::vector<std::string> sorted(paths.begin(), paths.end());
+  std::sort(sorted.begin(), sorted.end());
+  return sorted;
+}
+
+bool Hide(const std::string& path) {
+  return setxattr(path.c_str(), "user.hidden", "1", 1, 0) == 0;
+}
+
+TEST(DirectoryOperations, ListDirectoryRecursive) {
+  qotest::TempDir dir;
+  std::vector<CStdStr> files{"kept"};
+  EXPECT_FALSE(zu::ListDirectoryRecursive(dir.File("missing"), files));
+  EXPECT_TRUE(zu::ListDirectoryRecursive(dir.Path(), files));
+  EXPECT_EQ(1u, files.size());
+
+  MakeFiles(dir, {"a.wav", "sub/b.wav", "sub/deeper/c.txt", ".hidden"});
+  ASSERT_TRUE(zu::EnsureDirectoryExists(dir.File("emptydir")));
+  ASSERT_EQ(0, symlink(dir.File("sub").c_str(), dir.File("linkdir").c_str()));
+  files.clear();
+  // Doubled and trailing separators in the root do not leak into the results.
+  EXPECT_TRUE(zu::ListDirectoryRecursive(dir.Path() + "//", files));
+  EXPECT_EQ((std::vector<std::string>{dir.File(".hidden"), dir.File("a.wav"), dir.File("sub/b.wav"),
+                                      dir.File("sub/deeper/c.txt")}),
+            Sorted(files));
+  // A file is no directory to walk.
+  EXPECT_THROW(zu::ListDirectoryRecursive(dir.File("a.wav"), files),
+               boost::filesystem::filesystem_error);
+}
+
+TEST(DirectoryOperations, ListDirectoryRecursiveReportsUnreadableDirectories) {
+  qotest::TempDir dir;
+  MakeFiles(dir, {"locked/x"});
+  ASSERT_EQ(0, chmod(dir.File("locked").c_str(), 0));
+  if (geteuid() == 0) {
+    // Root reads it anyway; the walk must still find the file inside.
+    std::vector<CStdStr> files;
+    EXPECT_TRUE(zu::ListDirectoryRecursive(dir.Path(), files));
+    EXPECT_EQ((std::vector<std::string>{dir.File("locked/x")}), Sorted(files));
+  } else {
+    std::vector<CStdStr> files;
+    EXPECT_THROW(zu::ListDirectoryRecursive(dir.Path(), files), boost::filesystem::filesystem_error);
+  }
+  chmod(dir.File("locked").c_str(), 0755);
+}
+
+TEST(DirectoryOperations, GetFilesRecursive) {
+  qotest::TempDir dir;
+  std::set<CStdStr> found;
+  EXPECT_FALSE(zu::GetFilesRecursive(dir.File("missing"), found, "*.wav", false));
+  EXPECT_TRUE(found.empty());
+  EXPECT_TRUE(zu::GetFilesRecursive(dir.Path(), found, "*.wav", false));
+  EXPECT_EQ((std::set<CStdStr>{dir.Path()}), found);
+
+  MakeFiles(dir, {"a.wav", "b.txt", "sub/c.wav", "sub/inner/d.wav", "sub/inner/e.aif",
+                  "top.wav/f.wav", "h.wav", "sub/g.wav"});
+  ASSERT_EQ(0, symlink(dir.Path().c_str(), dir.File("sub/loop").c_str()));
+  const bool hidden = Hide(dir.File("h.wav")) && Hide(dir.File("sub/g.wav"));
+  found.clear();
+  EXPECT_TRUE(zu::GetFilesRecursive(dir.Path() + "/", found, "*.wav", false));
+  std::set<CStdStr> expected{dir.Path(),           dir.File("a.wav"),       dir.File("sub"),
+                             dir.File("sub/c.wav"), dir.File("sub/inner"),   dir.File("sub/inner/d.wav"),
+                             dir.File("top.wav"),  dir.File("top.wav/f.wav")};
+  if (!hidden) {
+    expected.insert(dir.File("h.wav"));
+    expected.insert(dir.File("sub/g.wav"));
+  }
+  EXPECT_EQ(expected, found);
+  if (hidden) {
+    // Hidden entries count only in the directory itself.
+    found.clear();
+    EXPECT_TRUE(zu::GetFilesRecursive(dir.Path(), found, "*.wav", true));
+    EXPECT_EQ(1u, found.count(dir.File("h.wav")));
+    EXPECT_EQ(0u, found.count(dir.File("sub/g.wav")));
+  }
+}
+
+TEST(DirectoryOperations, PathFilters) {
+  for (const char* refused : {".", "..", "./", "/", "//", "../..", "C:", "C:/", "C:\\", "...", "\\"}) {
+    EXPECT_FALSE(zu::PathFilter::Basic(refused)) << refused;
+  }
+  for (const char* accepted : {"a", "./a", "/tmp", "", "C:/x", "CC:", "a/.."}) {
+    EXPECT_TRUE(zu::PathFilter::Basic(accepted)) << accepted;
+  }
+  EXPECT_TRUE(zu::RegexPathFilter("dir/take.wav", R"(.*\.wav)"));
+  EXPECT_FALSE(zu::RegexPathFilter("dir/take.wav.bak", R"(.*\.wav)"));
+  EXPECT_FALSE(zu::RegexPathFilter("xtake.wav", "take"));
+  EXPECT_FALSE(zu::RegexPathFilter("a", "(unclosed"));
+}
+
+TEST(DirectoryOperations, RemoveDirectoryRecursiveStaysInside) {
+  qotest::TempDir outside;
+  MakeFiles(outside, {"precious/keep.txt"});
+  qotest::TempDir dir;
+  MakeFiles(dir, {"tree/a", "tree/sub/b", "tree/sub/deeper/c", "tree/other/d"});
+  ASSERT_EQ(0, symlink(outside.File("precious").c_str(), dir.File("tree/sub/link").c_str()));
+  ASSERT_EQ(0, symlink(outside.File("precious/keep.txt").c_str(), dir.File("tree/filelink").c_str()));
+  ASSERT_EQ(0, symlink(dir.File("nowhere").c_str(), dir.File("tree/dangling").c_str()));
+
+  EXPECT_FALSE(zu::RemoveDirectoryRecursive(dir.File("missing"), zu::PathFilter::Basic));
+  EXPECT_TRUE(zu::RemoveDirectoryRecursive(dir.File("tree"), zu::PathFilter::Basic));
+  EXPECT_FALSE(zu::Path(dir.File("tree")).Exists());
+  EXPECT_FALSE(boost::filesystem::exists(boost::filesystem::symlink_status(dir.File("tree"))));
+  EXPECT_EQ("precious/keep.txt", qotest::ReadFileBytes(outside.File("precious/keep.txt")));
+  EXPECT_TRUE(zu::Path(dir.Path()).IsDirectory());
+
+  // The basic filter refuses the working directory and the root; nothing is touched.
+  MakeFiles(dir, {"cwd/x"});
+  const zu::Path before = zu::Path::GetCurrent();
+  zu::Path::SetCurrent(zu::Path(dir.File("cwd")));
+  EXPECT_FALSE(zu::RemoveDirectoryRecursive(".", zu::PathFilter::Basic));
+  EXPECT_FALSE(zu::RemoveDirectoryRecursive("./", zu::PathFilter::Basic));
+  EXPECT_FALSE(zu::RemoveDirectoryRecursive("/", zu::PathFilter::Basic));
+  zu::Path::SetCurrent(before);
+  EXPECT_TRUE(zu::Path(dir.File("cwd/x")).Exists());
+}
+
+TEST(DirectoryOperations, RemoveDirectoryRecursiveWithFilters) {
+  qotest::TempDir dir;
+  MakeFiles(dir, {"t/a.wav", "t/b.txt", "t/s/c.wav"});
+  // A filter that keeps a file leaves its directory non-empty: that is an error, raised.
+  const auto noTxt = [](const CStdStr& path) { return !zu::RegexPathFilter(path, R"(.*\.txt)"); };
+  EXPECT_THROW(zu::RemoveDirectoryRecursive(dir.File("t"), noTxt),
+               boost::filesystem::filesystem_error);
+  EXPECT_TRUE(zu::Path(dir.File("t/b.txt")).Exists());
+  EXPECT_FALSE(zu::Path(dir.File("t/a.wav")).Exists());
+  EXPECT_FALSE(zu::Path(dir.File("t/s")).Exists());
+
+  // A filter that skips a whole level still lets the levels it accepted go, deepest first.
+  MakeFiles(dir, {"u/v/w/x"});
+  std::vector<std::string> asked;
+  const auto record = [&](const CStdStr& path) {
+    asked.push_back(path);
+    return true;
+  };
+  EXPECT_TRUE(zu::RemoveDirectoryRecursive(dir.File("u"), record));
+  EXPECT_FALSE(zu::Path(dir.File("u")).Exists());
+  EXPECT_EQ((std::vector<std::string>{dir.File("u"), dir.File("u/v"), dir.File("u/v/w"),
+                                      dir.File("u/v/w/x")}),
+            asked);
+  EXPECT_TRUE(zu::RemoveDirectoryRecursive(dir.File("t"), nullptr));
+  EXPECT_FALSE(zu::Path(dir.File("t")).Exists());
+}
+
+TEST(DirectoryOperations, CopyFilesRecursive) {
+  qotest::TempDir dir;
+  MakeFiles(dir, {"src/a.wav", "src/sub/b.wav", "src/sub/c.txt", "src/sub/deep/d.wav", "src/h.wav"});
+  const bool hidden = Hide(dir.File("src/h.wav"));
+  EXPECT_FALSE(zu::CopyFilesRecursive(dir.File("missing"), dir.File("dst"), nullptr, true));
+  EXPECT_FALSE(zu::Path(dir.File("dst")).Exists());
+
+  const auto wavOnly = [](const CStdStr& path) { return zu::RegexPathFilter(path, R"(.*\.wav)"); };
+  EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src"), dir.File("dst"), wavOnly, false));
+  std::vector<CStdStr> copied;
+  ASSERT_TRUE(zu::ListDirectoryRecursive(dir.File("dst"), copied));
+  std::vector<std::string> expected{dir.File("dst/a.wav"), dir.File("dst/sub/b.wav"),
+                                    dir.File("dst/sub/deep/d.wav")};
+  if (!hidden) expected.insert(expected.begin() + 1, dir.File("dst/h.wav"));
+  EXPECT_EQ(expected, Sorted(copied));
+  EXPECT_EQ("src/sub/deep/d.wav", qotest::ReadFileBytes(dir.File("dst/sub/deep/d.wav")));
+
+  // Existing targets are never overwritten, and they make the result false.
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("dst/a.wav"), "mine"));
+  EXPECT_FALSE(zu::CopyFilesRecursive(dir.File("src"), dir.File("dst"), nullptr, true));
+  EXPECT_EQ("mine", qotest::ReadFileBytes(dir.File("dst/a.wav")));
+  EXPECT_EQ("src/sub/c.txt", qotest::ReadFileBytes(dir.File("dst/sub/c.txt")));
+  if (hidden) {
+    EXPECT_EQ("src/h.wav", qotest::ReadFileBytes(dir.File("dst/h.wav")));
+  }
+}
+
+TEST(DirectoryOperations, CopyFilesRecursiveNeverWritesOutsideTheDestination) {
+  qotest::TempDir outside;
+  qotest::TempDir dir;
+  MakeFiles(dir, {"src/a"});
+  // A link inside the source pointing far away is copied as a link under the destination.
+  ASSERT_EQ(0, symlink(outside.File("target").c_str(), dir.File("src/link").c_str()));
+  ASSERT_TRUE(qotest::WriteFileBytes(outside.File("target"), "far"));
+  EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src"), dir.File("dst"), nullptr, true));
+  EXPECT_TRUE(boost::filesystem::is_symlink(dir.File("dst/link")));
+  EXPECT_EQ("far", qotest::ReadFileBytes(dir.File("dst/link")));
+  EXPECT_EQ(1, std::distance(boost::filesystem::directory_iterator(outside.Path()),
+                             boost::filesystem::directory_iterator()));
+  // A single file as the source is copied once.
+  EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src/a"), dir.File("single"), nullptr, true));
+  EXPECT_EQ("src/a", qotest::ReadFileBytes(dir.File("single")));
+}
+
+}  // namespace

@@ -1,0 +1,127 @@
+// FileHelp: the string facade, the temporary file, and the file-name extensions.
+#include <qobase/files/file_extensions.h>
+#include <qobase/files/file_help.h>
+#include <qobase/result_code.h>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "support/temp_dir.h"
+
+namespace {
+
+TEST(FileHelp, TemporaryFile) {
+  qotest::TempDir dir;
+  zu::Path kept;
+  {
+    FileHelp::TemporaryFile temporary{zu::Path(dir.Path())};
+    kept = temporary.GetPath();
+    EXPECT_EQ(".tmp", kept.GetFileExtension());
+    EXPECT_EQ(dir.Path(), kept.GetParent());
+    ASSERT_TRUE(temporary.GetFile().IsOpen());
+    EXPECT_TRUE(temporary.GetFile().WriteExact("abc", 3));
+    // Read and append: the start can be read back.
+    EXPECT_EQ(0, temporary.GetFile().SetFilePointer(0, zu::k_fileBegin));
+    char buffer[3];
+    EXPECT_TRUE(temporary.GetFile().ReadExact(buffer, 3));
+    EXPECT_EQ("abc", std::string(buffer, 3));
+  }
+  // Destruction closes but keeps the file.
+  EXPECT_EQ("abc", qotest::ReadFileBytes(kept.GetFullPath()));
+
+  FileHelp::TemporaryFile wav(zu::Path(dir.Path()), "wav");
+  EXPECT_EQ(".wav", wav.GetPath().GetFileExtension());
+  EXPECT_TRUE(wav.GetPath().Exists());
+  EXPECT_TRUE(wav.DeleteFile());
+  EXPECT_FALSE(wav.GetFile().IsOpen());
+  EXPECT_FALSE(wav.GetPath().Exists());
+  EXPECT_FALSE(wav.DeleteFile());
+
+  FileHelp::TemporaryFile nowhere(zu::Path(dir.File("missing")));
+  EXPECT_TRUE(nowhere.GetPath().IsEmpty());
+  EXPECT_FALSE(nowhere.GetFile().IsOpen());
+  EXPECT_FALSE(nowhere.DeleteFile());
+}
+
+TEST(FileHelp, TextForms) {
+  CStdStr text("a/b");
+  FileHelp::FolderAddBackslash(text);
+  EXPECT_EQ("a/b/", text);
+  FileHelp::FolderRemoveBackslash(text);
+  EXPECT_EQ("a/b", text);
+  // PathAddBackslash is text editing with a real backslash, once.
+  CStdStr windows("C:\\dir");
+  EXPECT_EQ("C:\\dir\\", FileHelp::PathAddBackslash(windows));
+  EXPECT_EQ("C:\\dir\\", FileHelp::PathAddBackslash(windows));
+  CStdStr empty;
+  EXPECT_EQ("", FileHelp::PathAddBackslash(empty));
+  EXPECT_EQ("b", FileHelp::PathCombine("a/..", "b"));
+  CStdStr messy("/a//b/");
+  FileHelp::NormalizeFilePath(messy);
+  EXPECT_EQ("/a/b", messy);
+  EXPECT_EQ(".zwu", QOFileExtensions::DottedExt(QOFileExtensions::k_csWorkUnit));
+  EXPECT_EQ("..wav", QOFileExtensions::DottedExt(".wav"));
+  EXPECT_EQ("zcustomproperties", QOFileExtensions::k_csCustomProperties);
+}
+
+TEST(FileHelp, DiskForms) {
+  qotest::TempDir dir;
+  ASSERT_TRUE(FileHelp::EnsureDirectoryExists(dir.File("d/sub").c_str()));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/sub/f.wav"), "12345"));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/F2.WAV"), "12345"));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/g.txt"), "text\0more"));
+  EXPECT_EQ("text", FileHelp::ReadTextFile(dir.File("d/g.txt").c_str()));
+  std::ifstream stream;
+  EXPECT_TRUE(FileHelp::OpenTextStream(stream, dir.File("d/g.txt").c_str()));
+  EXPECT_EQ(5u, FileHelp::GetFileSize(dir.File("d/sub/f.wav")));
+  EXPECT_TRUE(FileHelp::AreFileIdentical(dir.File("d/sub/f.wav"), dir.File("d/F2.WAV")));
+  EXPECT_FALSE(FileHelp::IsHidden(dir.File("d/g.txt")));
+  // The parent for an existing directory, the containing directory otherwise.
+  EXPECT_EQ(dir.File("d"), FileHelp::PathGetDirectory(dir.File("d/sub")));
+  EXPECT_EQ(dir.File("d/sub"), FileHelp::PathGetDirectory(dir.File("d/sub/f.wav")));
+  CStdStr relative(dir.File("d/sub/f.wav"));
+  FileHelp::MakePathRelative(relative, dir.File("d"));
+  EXPECT_EQ("sub/f.wav", relative);
+
+  std::vector<CStdStr> files;
+  EXPECT_TRUE(FileHelp::ListDirectoryRecursive(dir.File("d").c_str(), files));
+  EXPECT_EQ(3u, files.size());
+  std::set<CStdStr, NoCaseStringComp> found;
+  EXPECT_TRUE(FileHelp::GetFilesRecursive(dir.File("d"), found, "*.wav"));
+  EXPECT_EQ((std::set<CStdStr, NoCaseStringComp>{dir.File("d"), dir.File("d/sub"),
+                                                  dir.File("d/sub/f.wav")}),
+            found);
+
+  ASSERT_EQ(0, chmod(dir.File("d/sub/f.wav").c_str(), 0444));
+  // Let the unprivileged child reach the files, so only their own permissions count.
+  ASSERT_EQ(0, chmod(dir.Path().c_str(), 0755));
+  ASSERT_EQ(0, chmod(dir.File("d/g.txt").c_str(), 0400));
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    if (geteuid() == 0 && setuid(65534) != 0) _exit(10);
+    // The files belong to the original user; as somebody else neither is writable.
+    _exit(FileHelp::IsReadOnly(dir.File("d/sub/f.wav")) ? 0 : 11);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_FALSE(FileHelp::IsReadOnly(dir.File("missing")));
+  FileHelp::RemoveReadOnlyFlagRecursive(dir.File("d"));
+  struct stat info;
+  ASSERT_EQ(0, stat(dir.File("d/sub/f.wav").c_str(), &info));
+  EXPECT_EQ(0666u, info.st_mode & 0777);
+  ASSERT_EQ(0, stat(dir.File("d/g.txt").c_str(), &info));
+  EXPECT_EQ(0622u, info.st_mode & 0777);
+  FileHelp::RemoveReadOnlyFlag(dir.File("d/sub"));
+
+  EXPECT_TRUE(FileHelp::CopyFilesRecursively(dir.File("d"), dir.File("copy"), nullptr, false));
+  EXPECT_EQ("12345", qotest::ReadFileBytes(dir.File("copy/sub/f.wav")));
+  EXPECT_TRUE(FileHelp::RemoveDirectoryRecursive(dir.File("copy").c_str()));
+  EXPECT_FALSE(zu::Path(dir.File("copy")).Exists());
+  EXPECT_FALSE(FileHelp::RemoveDirectoryRecursive(dir.File("copy").c_str()));
+}
+
+}  // namespace

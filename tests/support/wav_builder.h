@@ -1,0 +1,48 @@
+// Builds RIFF/WAVE (and other chunked) files byte by byte, in either byte order, so tests can
+// describe exactly the bytes a reader sees, including broken ones.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace qotest {
+
+class ByteBuilder {
+ public:
+  explicit ByteBuilder(bool bigEndian = false) : m_bigEndian(bigEndian) {}
+
+  ByteBuilder& U8(uint8_t v);
+  ByteBuilder& U16(uint16_t v);
+  ByteBuilder& U32(uint32_t v);
+  ByteBuilder& U64(uint64_t v);
+  ByteBuilder& F32(float v);
+  ByteBuilder& F64(double v);
+  // Raw bytes, never swapped (four-character codes, GUIDs, text).
+  ByteBuilder& Raw(const std::string& bytes);
+  ByteBuilder& Zeros(size_t count);
+  // A chunk: four-character ID, u32 size (body size unless given), body, and a 0 pad byte
+  // after an odd body when pad is true.
+  ByteBuilder& Chunk(const std::string& id, const std::string& body, bool pad = true);
+  ByteBuilder& ChunkWithSize(const std::string& id, uint32_t size, const std::string& body);
+
+  const std::string& Bytes() const { return m_bytes; }
+  bool BigEndian() const { return m_bigEndian; }
+
+ private:
+  bool m_bigEndian;
+  std::string m_bytes;
+};
+
+// A whole WAVE file: "RIFF"/"RIFX", the RIFF size (the real one unless given), "WAVE", chunks.
+std::string WaveFile(bool bigEndian, const std::string& chunks, int64_t riffSize = -1);
+
+// A plain "fmt " body of 16 bytes (tag, channels, rate, block align and bits; average rate
+// computed).
+std::string FmtBody(bool bigEndian, uint16_t tag, uint16_t channels, uint32_t rate, uint16_t bits,
+                    uint16_t blockAlign = 0);
+
+// Bytes as "46 46 49 52 ..." for readable assertion failures.
+std::string Hex(const std::string& bytes);
+
+}  // namespace qotest

@@ -1,0 +1,38 @@
+// qobase wavinfo FILE: what a RIFF/RIFX WAVE file holds.
+#include <qobase/audio/wav_file_reader.h>
+
+#include <iostream>
+
+#include "command.h"
+#include "wav_summary.h"
+
+namespace qobase_tool {
+namespace {
+
+int RunWavInfo(const std::vector<std::string>& args) {
+  if (args.size() != 1) return UsageError("wavinfo", "expects one FILE");
+  const std::string& file = args[0];
+  QoWavFileReader reader;
+  if (!reader.Open(zu::Path(file)))
+    return Fail(file, "cannot be read or is not a RIFF/RIFX WAVE file");
+  if (!reader.ReadChunks(QO::k_chunkFmt | QO::k_chunkData | QO::k_chunkSmpl | QO::k_chunkCue |
+                         QO::k_chunkLIST)) {
+    return Fail(file, "missing or damaged format, data or marker chunk");
+  }
+  std::cout << file << "\n";
+  PrintWavSummary(reader, std::cout);
+  return k_exitSuccess;
+}
+
+const CommandRegistration s_wavinfo({
+    "wavinfo",
+    "show the format, length, loop and markers of a WAV file",
+    "usage: qobase wavinfo FILE\n\n"
+    "Reads a RIFF (little-endian) or RIFX (big-endian) WAVE file and prints its format, channel\n"
+    "configuration, number of frames, loop points and markers with their labels.\n"
+    "Exit code 0 on success, 1 when the file cannot be read as WAVE, 2 on a usage error.\n",
+    RunWavInfo,
+});
+
+}  // namespace
+}  // namespace qobase_tool
