@@ -1,38 +1,25 @@
 #include "wav_edit_fixtures.h"
 
+#include "wav_builder.h"
+
 namespace qotest {
 
-std::string U16(uint16_t value, bool bigEndian) {
-  std::string bytes(2, '\0');
-  bytes[bigEndian ? 1 : 0] = static_cast<char>(value & 0xFF);
-  bytes[bigEndian ? 0 : 1] = static_cast<char>(value >> 8);
-  return bytes;
-}
+std::string U16(uint16_t value, bool bigEndian) { return ByteBuilder(bigEndian).U16(value).Bytes(); }
 
-std::string U32(uint32_t value, bool bigEndian) {
-  std::string bytes(4, '\0');
-  for (int i = 0; i < 4; ++i) bytes[bigEndian ? 3 - i : i] = static_cast<char>((value >> (8 * i)) & 0xFF);
-  return bytes;
-}
+std::string U32(uint32_t value, bool bigEndian) { return ByteBuilder(bigEndian).U32(value).Bytes(); }
 
 std::string ChunkWithSize(const std::string& id, uint32_t size, const std::string& body, bool bigEndian) {
-  return id + U32(size, bigEndian) + body;
+  return ByteBuilder(bigEndian).ChunkWithSize(id, size, body).Bytes();
 }
 
 std::string Chunk(const std::string& id, const std::string& body, bool bigEndian) {
-  std::string chunk = ChunkWithSize(id, static_cast<uint32_t>(body.size()), body, bigEndian);
-  if (body.size() & 1) chunk.push_back('\0');
-  return chunk;
+  return ByteBuilder(bigEndian).Chunk(id, body).Bytes();
 }
 
-std::string Riff(const std::string& chunks, bool bigEndian) {
-  return (bigEndian ? "RIFX" : "RIFF") + U32(static_cast<uint32_t>(4 + chunks.size()), bigEndian) + "WAVE" + chunks;
-}
+std::string Riff(const std::string& chunks, bool bigEndian) { return WaveFile(bigEndian, chunks); }
 
 std::string PcmFormatBody(uint16_t channels, uint32_t rate, uint16_t bits, bool bigEndian) {
-  const uint16_t align = static_cast<uint16_t>(channels * bits / 8);
-  return U16(1, bigEndian) + U16(channels, bigEndian) + U32(rate, bigEndian) + U32(rate * align, bigEndian) +
-         U16(align, bigEndian) + U16(bits, bigEndian);
+  return FmtBody(bigEndian, 1, channels, rate, bits);
 }
 
 std::string Pcm16Samples(uint32_t frames, uint16_t channels, int first) {

@@ -1,5 +1,5 @@
-// Byte-level builders for WAVE files used by the chunk editor tests: chunks, container, format
-// bodies, little- or big-endian numbers.
+// Short forms of the WAVE byte builders (wav_builder.h) for the chunk editor tests, plus the cue,
+// label and sampler bodies those tests need.
 #pragma once
 
 #include <cstdint>
