@@ -178,6 +178,9 @@ bool QoListChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
   if (!QoFormatChunkBase::Init(file, parent)) return false;
   m_valid = false;
   const unsigned long long listSize = m_header.size;
+  // Where the file really ends: a label claimed to run past it is never allocated.
+  const long long fileSize = m_file->GetFileSize();
+  const unsigned long long fileEnd = fileSize < 0 ? 0 : static_cast<unsigned long long>(fileSize);
   uint32_t size = 4;
   unsigned long long offset = 4;
   while (listSize >= 5 && offset < listSize) {
@@ -189,7 +192,7 @@ bool QoListChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
       continue;
     }
     // A label must hold its cue ID and lie inside the list.
-    if (subSize < 4 || offset + 8 + subSize > listSize) break;
+    if (subSize < 4 || offset + 8 + subSize > listSize || m_dataOffset + offset + 8 + subSize > fileEnd) break;
     const uint32_t textSize = subSize - 4;
     uint32_t id = 0;
     if (ReadData(&id, 4, static_cast<uint32_t>(offset + 8)) != 4) break;

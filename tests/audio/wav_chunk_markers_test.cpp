@@ -255,6 +255,16 @@ TEST(WavListChunk, BadListsGiveNoLabelsOrStopBeforeTheBadOne) {
       EXPECT_EQ(list.GetSize(), 0u);
     }
   }
+  // A list and a label claiming nearly 4 GiB in a small file: the walk stops at that label.
+  ASSERT_TRUE(WriteFileBytes(dir.File("huge.wav"), Riff(ChunkWithSize("LIST", 0xFFFFFF00u, "adtl" + LablChunk(1, "a") +
+                                                                                        "labl" + U32(0xFFFFF000u) + "xx"))));
+  {
+    Opened huge(dir.File("huge.wav"));
+    QoListChunk list;
+    EXPECT_TRUE(list.Init(huge.file, &huge.riff));
+    ASSERT_EQ(list.GetLabels().size(), 1u);
+    EXPECT_STREQ(list.GetLabels()[0].text, "a");
+  }
   // A list that the end of the file cuts inside a label.
   ASSERT_TRUE(WriteFileBytes(dir.File("cut.wav"), Riff(Chunk("LIST", "adtl" + LablChunk(1, "abcdef"))).substr(0, 40)));
   Opened in(dir.File("cut.wav"));
