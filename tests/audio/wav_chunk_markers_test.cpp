@@ -347,32 +347,3 @@ TEST(WavSmplChunk, UpdateLoopInfoScalesAndRewritesInPlace) {
   }
   EXPECT_EQ(ReadFileBytes(dir.File("a.wav")), Riff(k_fmt + Chunk("smpl", SmplBody(1, 0, 499)) + tail));
 }
-
-TEST(WavMarkerChunks, BigEndianBodiesAreSwappedOnReading) {
-  TempDir dir;
-  const bool be = true;
-  const std::string chunks = Chunk("fmt ", PcmFormatBody(1, 8000, 16, be), be) + Chunk("cue ", CueBody({70000}, be), be) +
-                             Chunk("LIST", "adtl" + LablChunk(1, "Big", be), be) +
-                             Chunk("smpl", SmplBody(1, 300, 70000, be), be);
-  const std::string file = Riff(chunks, be);
-  ASSERT_TRUE(WriteFileBytes(dir.File("x.wav"), file));
-  Opened in(dir.File("x.wav"));
-  QoCueChunk cues;
-  QoListChunk list;
-  QoSmplChunk smpl;
-  ASSERT_TRUE(cues.Init(in.file, &in.riff));
-  ASSERT_TRUE(list.Init(in.file, &in.riff));
-  ASSERT_TRUE(smpl.Init(in.file, &in.riff));
-  EXPECT_TRUE(cues.NeedSwapRead());
-  EXPECT_EQ(Positions(cues), (std::vector<uint32_t>{70000}));
-  ASSERT_EQ(list.GetLabels().size(), 1u);
-  EXPECT_EQ(list.GetLabels()[0].cueID, 1u);
-  unsigned int start = 0, end = 0;
-  smpl.GetLoopPosition(start, end);
-  EXPECT_EQ(start, 300u);
-  EXPECT_EQ(end, 70000u);
-  // Written back swapped, each chunk is the one in the file.
-  EXPECT_EQ(Written(cues, true), Chunk("cue ", CueBody({70000}, be), be));
-  EXPECT_EQ(Written(list, true), Chunk("LIST", "adtl" + LablChunk(1, "Big", be), be));
-  EXPECT_EQ(Written(smpl, true), Chunk("smpl", SmplBody(1, 300, 70000, be), be));
-}

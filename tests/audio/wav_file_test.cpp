@@ -249,16 +249,3 @@ TEST(WavFile, OpenRefusesWhatIsNoUsableWaveFile) {
   EXPECT_TRUE(closed.WriteJunkChunk(out, false));
   EXPECT_EQ(out.SetFilePointer(0, zu::k_fileCurrent), 0);
 }
-
-TEST(WavFile, WritingIntoAFullDeviceFails) {
-  TempDir dir;
-  std::vector<short> samples;
-  WriteSource(dir.File("s.wav"), true, samples);
-  QoWavFile wav;
-  ASSERT_TRUE(wav.Open(zu::Path(dir.File("s.wav")), false));
-  zu::File full;
-  ASSERT_EQ(full.Open(zu::Path("/dev/full"), k_openModeWrite, 0), QO::k_resultSuccess);
-  EXPECT_TRUE(wav.WriteRiffChunk(full, false));  // still in the stream's buffer
-  EXPECT_FALSE(wav.WriteDataChunk(full, false));
-  EXPECT_EQ(wav.m_dataChunk.WriteToFile(full, false), QO::k_chunkOutOfSpace);
-}
