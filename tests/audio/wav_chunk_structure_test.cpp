@@ -27,6 +27,17 @@ class StreamFile {
   zu::File m_file;
 };
 
+// A file with its container and format chunk loaded.
+struct LoadedFormat {
+  LoadedFormat(const std::string& path, const char* mode) : stream(path, mode) {
+    ok = riff.Init(stream.File(), nullptr) && fmt.Init(stream.File(), &riff);
+  }
+  StreamFile stream;
+  QoRiffChunk riff;
+  QoFmtChunk fmt;
+  bool ok = false;
+};
+
 // A chunk kind that accepts any ID given to it, to test the shared search.
 class ProbeChunk : public QoFormatChunkBase {
  public:
@@ -168,11 +179,9 @@ TEST(WavFmtChunk, ReadsPcmFloatExtensibleAndCompactBodies) {
     SCOPED_TRACE(index);
     const std::string path = dir.File("f" + std::to_string(index++) + ".wav");
     ASSERT_TRUE(WriteFileBytes(path, Riff(Chunk("fmt ", c.body) + Chunk("data", ""))));
-    StreamFile file(path, "rb");
-    QoRiffChunk riff;
-    ASSERT_TRUE(riff.Init(file.File(), nullptr));
-    QoFmtChunk fmt;
-    EXPECT_EQ(fmt.Init(file.File(), &riff), c.ok);
+    LoadedFormat file(path, "rb");
+    QoFmtChunk& fmt = file.fmt;
+    EXPECT_EQ(file.ok, c.ok);
     EXPECT_EQ(fmt.IsValid(), c.ok);
     WaveFormatExtensible format;
     EXPECT_EQ(fmt.GetFormatInfo(&format), c.ok);
@@ -184,21 +193,17 @@ TEST(WavFmtChunk, ReadsPcmFloatExtensibleAndCompactBodies) {
 
   // A body that claims more bytes than the file holds.
   ASSERT_TRUE(WriteFileBytes(dir.File("cut.wav"), Riff(ChunkWithSize("fmt ", 16, PcmFormatBody(1, 8000, 16).substr(0, 10)))));
-  StreamFile cut(dir.File("cut.wav"), "rb");
-  QoRiffChunk riff;
-  ASSERT_TRUE(riff.Init(cut.File(), nullptr));
-  QoFmtChunk fmt;
-  EXPECT_FALSE(fmt.Init(cut.File(), &riff));
+  LoadedFormat cut(dir.File("cut.wav"), "rb");
+  EXPECT_TRUE(cut.riff.IsValid());
+  EXPECT_FALSE(cut.ok);
 }
 
 TEST(WavFmtChunk, WritesCompactAndPlainFormsAndReadsThemBackInBothByteOrders) {
   TempDir dir;
   ASSERT_TRUE(WriteFileBytes(dir.File("in.wav"), Riff(Chunk("fmt ", PcmFormatBody(2, 44100, 16)))));
-  StreamFile in(dir.File("in.wav"), "rb");
-  QoRiffChunk riff;
-  QoFmtChunk fmt;
-  ASSERT_TRUE(riff.Init(in.File(), nullptr));
-  ASSERT_TRUE(fmt.Init(in.File(), &riff));
+  LoadedFormat in(dir.File("in.wav"), "rb");
+  ASSERT_TRUE(in.ok);
+  QoFmtChunk& fmt = in.fmt;
   WaveFormatExtensible format;
   ASSERT_TRUE(fmt.GetFormatInfo(&format));
 
@@ -217,13 +222,10 @@ TEST(WavFmtChunk, WritesCompactAndPlainFormsAndReadsThemBackInBothByteOrders) {
 
   // The swapped compact form reads back as the same format from a big-endian file.
   ASSERT_TRUE(WriteFileBytes(dir.File("x.wav"), Riff(swapped, true)));
-  StreamFile x(dir.File("x.wav"), "rb");
-  QoRiffChunk riffX;
-  QoFmtChunk fmtX;
-  ASSERT_TRUE(riffX.Init(x.File(), nullptr));
-  ASSERT_TRUE(fmtX.Init(x.File(), &riffX));
+  LoadedFormat x(dir.File("x.wav"), "rb");
+  ASSERT_TRUE(x.ok);
   WaveFormatExtensible back;
-  ASSERT_TRUE(fmtX.GetFormatInfo(&back));
+  ASSERT_TRUE(x.fmt.GetFormatInfo(&back));
   EXPECT_EQ(std::memcmp(&back, &format, sizeof(format)), 0);
 
   QoFmtChunk empty;
@@ -243,34 +245,25 @@ TEST(WavFmtChunk, UpdateFormatInfoRewritesOnlyACompactChunkInAWritableFile) {
   WaveFormatExtensible changed = {0xFFFE, 1, 16000, 32000, 2, 16, 4, 0, QO::MakeChannelConfig(1, 1, 4)};
 
   {  // Opened for reading only: refused, nothing changes, and the handle still reads.
-    StreamFile file(dir.File("c.wav"), "rb");
-    QoRiffChunk riff;
-    QoFmtChunk fmt;
-    ASSERT_TRUE(riff.Init(file.File(), nullptr));
-    ASSERT_TRUE(fmt.Init(file.File(), &riff));
-    EXPECT_EQ(fmt.UpdateFormatInfo(changed, false), QO::k_chunkFailure);
+    LoadedFormat file(dir.File("c.wav"), "rb");
+    ASSERT_TRUE(file.ok);
+    EXPECT_EQ(file.fmt.UpdateFormatInfo(changed, false), QO::k_chunkFailure);
     char form[4];
-    EXPECT_EQ(riff.ReadData(form, 4, 0), 4u);
+    EXPECT_EQ(file.riff.ReadData(form, 4, 0), 4u);
     EXPECT_EQ(std::string(form, 4), "WAVE");
   }
   EXPECT_EQ(ReadFileBytes(dir.File("c.wav")), original);
   {  // A 16-byte body would be overrun by the compact form: refused.
-    StreamFile file(dir.File("p.wav"), "r+b");
-    QoRiffChunk riff;
-    QoFmtChunk fmt;
-    ASSERT_TRUE(riff.Init(file.File(), nullptr));
-    ASSERT_TRUE(fmt.Init(file.File(), &riff));
-    EXPECT_EQ(fmt.UpdateFormatInfo(changed, false), QO::k_chunkFailure);
+    LoadedFormat file(dir.File("p.wav"), "r+b");
+    ASSERT_TRUE(file.ok);
+    EXPECT_EQ(file.fmt.UpdateFormatInfo(changed, false), QO::k_chunkFailure);
   }
   {
-    StreamFile file(dir.File("c.wav"), "r+b");
-    QoRiffChunk riff;
-    QoFmtChunk fmt;
-    ASSERT_TRUE(riff.Init(file.File(), nullptr));
-    ASSERT_TRUE(fmt.Init(file.File(), &riff));
-    ASSERT_EQ(file.File().SetFilePointer(5, zu::k_fileBegin), 5);
-    EXPECT_EQ(fmt.UpdateFormatInfo(changed, false), QO::k_chunkSuccess);
-    EXPECT_EQ(file.File().SetFilePointer(0, zu::k_fileCurrent), 5);
+    LoadedFormat file(dir.File("c.wav"), "r+b");
+    ASSERT_TRUE(file.ok);
+    ASSERT_EQ(file.stream.File().SetFilePointer(5, zu::k_fileBegin), 5);
+    EXPECT_EQ(file.fmt.UpdateFormatInfo(changed, false), QO::k_chunkSuccess);
+    EXPECT_EQ(file.stream.File().SetFilePointer(0, zu::k_fileCurrent), 5);
   }
   std::string expected = original;
   expected.replace(20, 24, std::string(reinterpret_cast<const char*>(&changed), 24));
