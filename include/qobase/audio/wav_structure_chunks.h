@@ -74,10 +74,10 @@ class QoDataChunk : public QoFormatChunkBase {
 
   unsigned int GetChunkID() override;
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
-  // Writes the head (the stored size, 1 on failure), then copies the body from the source in
-  // blocks, reporting SetRange(0, size), SetPosition(0) and the bytes copied after each block.
-  // A source that ends early leaves a chunk of the bytes copied: the head in out is rewritten
-  // with that size (kept as the stored size) and the result is still 0. A failed sample write
+  // Writes the head (the stored size), then copies the body from the source, reporting
+  // SetRange(0, size), SetPosition(0) and the bytes copied at the end of each 16 KiB block and
+  // of the copy. A source that ends early leaves a chunk of the bytes copied: the head in out is
+  // rewritten with that size (kept as the stored size) and the result is still 0. A failed write
   // gives 2 when the device is full, else 1.
   virtual unsigned int WriteToFile(const zu::File& out, bool swap, QO::Sonvo::IProgress* progress);
   // The 8-byte head only. 0 or 1.
