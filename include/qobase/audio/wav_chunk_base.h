@@ -1,0 +1,77 @@
+// QoFormatChunkBase: one chunk of an existing RIFF/WAVE file, loaded for editing. A chunk object
+// finds its chunk in a file (Init), keeps its own handle on that file's stream so it can read
+// its body later, and writes itself out again, either into a new file or in place.
+//
+// The write and update operations return a chunk result code (QO::ChunkResult): 0 success,
+// 1 failure (also for a chunk that is not valid), 2 a write failed because the device is full.
+#pragma once
+
+#include <qobase/audio/wave_format.h>
+#include <qobase/files/file.h>
+
+#include <cstdint>
+
+namespace QO {
+enum ChunkResult : unsigned int {
+  k_chunkSuccess = 0,
+  k_chunkFailure = 1,
+  k_chunkOutOfSpace = 2,  // a write failed and zu::File::GetLastError() reported out of space
+};
+}  // namespace QO
+
+class QoFormatChunkBase {
+ public:
+  QoFormatChunkBase();
+  virtual ~QoFormatChunkBase();
+  QoFormatChunkBase(const QoFormatChunkBase&) = delete;
+  QoFormatChunkBase& operator=(const QoFormatChunkBase&) = delete;
+
+  // The chunk exists: found in a file or created by an add operation.
+  virtual bool IsValid() const;
+  // Finds the first chunk whose head IsValidChunk accepts: in the container body of `parent`
+  // (from just after its form type), or from the start of the file without a parent. False
+  // when none is found before the file ends or a chunk size wraps the 32-bit offset.
+  virtual bool Init(const zu::File& file, QoFormatChunkBase* parent);
+  // Back to empty: no header, no offset, no file handle, not valid.
+  virtual void Reset();
+  // Head plus body plus pad byte: size + (size & 1) + 8.
+  virtual unsigned int GetFileChunkSize() const;
+  // Absolute offset of the body in the file it was found in.
+  virtual unsigned int GetDataOffset() const;
+  // Reads up to `size` body bytes from body offset `offset`; the count read, 0 when the file
+  // cannot be positioned there.
+  virtual unsigned int ReadData(void* buffer, unsigned int size, unsigned int offset);
+  virtual unsigned int GetChunkID() = 0;
+  // Writes the chunk at out's position, sizes swapped when `swap`. A chunk result code.
+  virtual unsigned int WriteToFile(const zu::File& out, bool swap) = 0;
+  // Whether the chunk head found at a scan position is this chunk: its ID is GetChunkID().
+  virtual bool IsValidChunk(const RIFFHEADER& header, unsigned int dataOffset);
+
+  // The body size as it will be written.
+  unsigned int GetSize() const { return m_header.size; }
+  // The container is "RIFX": numbers in the file are big-endian.
+  bool NeedSwapRead() const;
+  // Writes the 8-byte head (size swapped when `swap`); false when not valid or on a short write.
+  bool WriteChunkHeader(const zu::File& out, bool swap);
+
+ protected:
+  // Writes `size` bytes and classifies a failure: k_chunkOutOfSpace when the device is full,
+  // else k_chunkFailure.
+  static unsigned int WriteBytes(const zu::File& out, const void* bytes, unsigned int size);
+  // Reads up to `size` bytes at absolute offset `position` through the chunk's own handle.
+  unsigned int ReadAt(void* buffer, unsigned int size, long long position);
+  // Rewrites the chunk over its place in its own file and returns to the previous position.
+  // Refused (k_chunkFailure) unless the chunk was found in the file and still has the body
+  // size it has there, so that nothing outside the chunk is ever touched.
+  unsigned int RewriteInPlace(bool swap);
+  // Converts a u32 read from the file to host order.
+  uint32_t FromFile(uint32_t value) const;
+
+  RIFFHEADER m_header;
+  uint32_t m_dataOffset;
+  zu::File* m_file;
+  bool m_valid;
+  bool m_needSwap;
+  // Body size of the chunk as found in the file (0 for a chunk that was created).
+  uint32_t m_sizeInFile;
+};

@@ -1,0 +1,111 @@
+// The chunks that give a WAVE file its shape: the "RIFF"/"RIFX" container head, the "fmt "
+// format, the "data" samples (copied from the source file when written) and the "JUNK" filler
+// that puts the next chunk's body on an aligned offset.
+//
+//   QoRiffChunk riff;   riff.Init(source, nullptr);
+//   QoDataChunk data;   data.Init(source, &riff);
+//   riff.WriteToFile(out, false);  ...  data.WriteToFile(out, false, progress);
+//   riff.UpdateRiffChunkSize(out, false);
+#pragma once
+
+#include <qobase/audio/wav_chunk_base.h>
+#include <qobase/system/progress.h>
+
+// The 12-byte container head: ID, size, form type.
+class QoRiffChunk : public QoFormatChunkBase {
+ public:
+  QoRiffChunk();
+
+  // Finds the container head at offset 0 and reads its form type; false for any other file.
+  bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
+  // Always 12: the head and the form type.
+  unsigned int GetFileChunkSize() const override;
+  // "RIFX" for a big-endian file, else "RIFF".
+  unsigned int GetChunkID() override;
+  // Writes the head with the stored size, "RIFX" when `swap` else "RIFF", and the form type.
+  unsigned int WriteToFile(const zu::File& out, bool swap) override;
+  // Patches the head at offset 0 of `out` with its size (file size - 8) and returns to the
+  // position out had. 0, or 1 when out cannot be measured, positioned or written.
+  virtual unsigned int UpdateRiffChunkSize(const zu::File& out, bool swap);
+
+  uint32_t GetFormType() const { return m_formType; }
+
+ private:
+  uint32_t m_formType;
+};
+
+// The format, held in the 24-byte compact form whatever form the file had.
+class QoFmtChunk : public QoFormatChunkBase {
+ public:
+  QoFmtChunk();
+
+  // Reads a format body of 16 bytes or more: the compact 24-byte form, or a PCM, float or
+  // extensible record whose channel layout becomes a packed channel configuration. False for a
+  // shorter or truncated body or a format without channels.
+  bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
+  unsigned int GetChunkID() override;
+  // "fmt " of size 24 holding the compact form (swapped when `swap`). A chunk result code.
+  unsigned int WriteToFile(const zu::File& out, bool swap) override;
+  // "fmt " of size 20 in the plain PCM form: tag 1, the basic fields, cbSize 4 and the two
+  // bytes after it. A chunk result code.
+  virtual unsigned int WriteToFileNotExtensible(const zu::File& out, bool swap);
+  // Stores `format` and rewrites the chunk in place in the file it was found in. 1 when not
+  // valid, when the chunk in the file is not the 24-byte compact form (another size would be
+  // overwritten or leave a gap), or when the file was not opened for writing.
+  virtual unsigned int UpdateFormatInfo(WaveFormatExtensible& format, bool swap);
+
+  // Copies the format out; false when not valid.
+  bool GetFormatInfo(WaveFormatExtensible* format) const;
+  void SetFormatInfo(WaveFormatExtensible* format);
+  // An extensible format of 3 or more channels that named no speakers: the default layout for
+  // its channel count was assumed.
+  bool HasUnspecifiedChannelMask() const;
+
+ private:
+  WaveFormatExtensible m_format;
+  bool m_unspecifiedChannelMask;
+};
+
+// The samples. They stay in the source file and are copied when the chunk is written.
+class QoDataChunk : public QoFormatChunkBase {
+ public:
+  // The copy block: the progress positions advance by this many bytes.
+  static constexpr unsigned int k_copyBlockSize = 16384;
+
+  unsigned int GetChunkID() override;
+  unsigned int WriteToFile(const zu::File& out, bool swap) override;
+  // Writes the head (the stored size), then copies the body from the source, reporting
+  // SetRange(0, size), SetPosition(0) and the bytes copied at the end of each 16 KiB block and
+  // of the copy. A source that ends early leaves a chunk of the bytes copied: the head in out is
+  // rewritten with that size (kept as the stored size) and the result is still 0. A failed write
+  // gives 2 when the device is full, else 1.
+  virtual unsigned int WriteToFile(const zu::File& out, bool swap, QO::Sonvo::IProgress* progress);
+  // The 8-byte head only. 0 or 1.
+  virtual unsigned int WriteChunkHeaderToFile(const zu::File& out, bool swap);
+  // Sets the size and rewrites the head in place in the source file. 0 or 1 (1 also when the
+  // file was not opened for writing).
+  virtual unsigned int UpdateChunkSize(unsigned int size, bool swap);
+
+  // Sets the size and rewrites the head of a data chunk whose body starts at `dataOffset` in
+  // `out`, returning to out's position. 0 or 1.
+  unsigned int _UpdateChunkSize(const zu::File& out, unsigned int dataOffset, unsigned int size, bool swap);
+};
+
+// Filler that aligns the body of the chunk written after it.
+class QoJunkChunk : public QoFormatChunkBase {
+ public:
+  explicit QoJunkChunk(unsigned int alignment);
+
+  // Always succeeds: the filler exists in every file and its size is decided when it is written.
+  bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
+  unsigned int GetChunkID() override;
+  // At out's position: nothing when no filler is needed, else "JUNK" and zeros. 0 or 1.
+  unsigned int WriteToFile(const zu::File& out, bool swap) override;
+  // The filler size for a chunk written at `position`, such that the body of the next chunk
+  // starts at a multiple of the alignment. False (size 0) when no filler is needed.
+  // Alignment 16: position 36 gives 12 (next body at 64); position 40 gives false.
+  virtual bool ComputeJunkSize(long long position);
+
+ private:
+  uint32_t m_alignment;
+};

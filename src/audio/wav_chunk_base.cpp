@@ -1,0 +1,120 @@
+// Chunk search and the shared read and write steps of every chunk kind.
+#include <qobase/audio/wav_byte_swap.h>
+#include <qobase/audio/wav_chunk_base.h>
+
+#include <cerrno>
+#include <cstdio>
+
+QoFormatChunkBase::QoFormatChunkBase()
+    : m_header{0, 0}, m_dataOffset(0), m_file(nullptr), m_valid(false), m_needSwap(false), m_sizeInFile(0) {}
+
+QoFormatChunkBase::~QoFormatChunkBase() { delete m_file; }
+
+bool QoFormatChunkBase::IsValid() const { return m_valid; }
+
+bool QoFormatChunkBase::Init(const zu::File& file, QoFormatChunkBase* parent) {
+  m_valid = false;
+  m_sizeInFile = 0;
+  delete m_file;
+  m_file = new zu::File(file.GetStream());
+
+  uint32_t position = 0;
+  if (parent) {
+    position = parent->GetDataOffset() + 4;
+    m_needSwap = parent->GetChunkID() == QO::k_fccRIFX;
+  } else {
+    m_needSwap = false;
+  }
+  for (;;) {
+    RIFFHEADER header;
+    if (m_file->SetFilePointer(position, zu::k_fileBegin) < 0 || !m_file->ReadExact(&header, sizeof(header))) {
+      return false;
+    }
+    if (header.chunkID == QO::k_fccRIFX) m_needSwap = true;
+    if (m_needSwap) WavByteSwapHelpers::Convert(header);
+
+    const uint32_t dataOffset = position + 8;
+    if (IsValidChunk(header, dataOffset)) {
+      m_header = header;
+      m_dataOffset = dataOffset;
+      m_sizeInFile = header.size;
+      m_valid = true;
+    }
+    // A size that wraps the 32-bit offset (or would bring the scan back to where it is) ends it.
+    uint32_t next = position + 8 + header.size;
+    if (next <= position) {
+      m_valid = false;
+      return false;
+    }
+    if ((header.size & 1) && next != UINT32_MAX) {
+      // The pad byte of an odd body; a writer that left it out is tolerated.
+      unsigned char pad = 1;
+      if (m_file->SetFilePointer(next, zu::k_fileBegin) >= 0 && m_file->ReadExact(&pad, 1) && pad == 0) {
+        ++next;
+      }
+    }
+    if (m_valid) return true;
+    position = next;
+  }
+}
+
+void QoFormatChunkBase::Reset() {
+  m_header = RIFFHEADER{0, 0};
+  m_dataOffset = 0;
+  m_sizeInFile = 0;
+  delete m_file;
+  m_file = nullptr;
+  m_valid = false;
+}
+
+unsigned int QoFormatChunkBase::GetFileChunkSize() const { return m_header.size + (m_header.size & 1) + 8; }
+
+unsigned int QoFormatChunkBase::GetDataOffset() const { return m_dataOffset; }
+
+unsigned int QoFormatChunkBase::ReadData(void* buffer, unsigned int size, unsigned int offset) {
+  return ReadAt(buffer, size, static_cast<long long>(m_dataOffset) + offset);
+}
+
+bool QoFormatChunkBase::IsValidChunk(const RIFFHEADER& header, unsigned int /*dataOffset*/) {
+  return header.chunkID == GetChunkID();
+}
+
+bool QoFormatChunkBase::NeedSwapRead() const { return m_needSwap; }
+
+bool QoFormatChunkBase::WriteChunkHeader(const zu::File& out, bool swap) {
+  if (!m_valid) return false;
+  RIFFHEADER header = m_header;
+  if (swap) WavByteSwapHelpers::Convert(header);
+  return out.WriteExact(&header, sizeof(header));
+}
+
+unsigned int QoFormatChunkBase::WriteBytes(const zu::File& out, const void* bytes, unsigned int size) {
+  errno = 0;
+  if (out.WriteExact(bytes, size)) return QO::k_chunkSuccess;
+  return zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace : QO::k_chunkFailure;
+}
+
+unsigned int QoFormatChunkBase::ReadAt(void* buffer, unsigned int size, long long position) {
+  if (!m_file || m_file->SetFilePointer(position, zu::k_fileBegin) < 0) return 0;
+  unsigned int bytesRead = 0;
+  m_file->Read(buffer, size, bytesRead);
+  return bytesRead;
+}
+
+unsigned int QoFormatChunkBase::RewriteInPlace(bool swap) {
+  if (!m_valid || !m_file || m_dataOffset < 8 || m_header.size != m_sizeInFile) return QO::k_chunkFailure;
+  const long long previous = m_file->SetFilePointer(0, zu::k_fileCurrent);
+  if (previous < 0 || m_file->SetFilePointer(m_dataOffset - 8, zu::k_fileBegin) < 0) return QO::k_chunkFailure;
+  unsigned int result = WriteToFile(*m_file, swap);
+  // Push the bytes to the file now; a stream that cannot be written is left usable for reading.
+  if (result == QO::k_chunkSuccess && std::fflush(m_file->GetStream()) != 0) {
+    result = zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace : QO::k_chunkFailure;
+  }
+  if (result != QO::k_chunkSuccess) std::clearerr(m_file->GetStream());
+  if (m_file->SetFilePointer(previous, zu::k_fileBegin) < 0) return QO::k_chunkFailure;
+  return result;
+}
+
+uint32_t QoFormatChunkBase::FromFile(uint32_t value) const {
+  return m_needSwap ? WavByteSwapHelpers::Swap32(value) : value;
+}

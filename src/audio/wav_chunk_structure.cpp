@@ -1,0 +1,188 @@
+// The container head, format and filler chunks of the chunk editor.
+#include <qobase/audio/wav_byte_swap.h>
+#include <qobase/audio/wav_structure_chunks.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+// ---- QoRiffChunk ----
+
+QoRiffChunk::QoRiffChunk() : m_formType(0) {}
+
+bool QoRiffChunk::Init(const zu::File& file, QoFormatChunkBase* /*parent*/) {
+  m_formType = 0;
+  // The container is the chunk at offset 0; a file that starts otherwise is no RIFF file.
+  if (!QoFormatChunkBase::Init(file, nullptr) || m_dataOffset != 8 || ReadData(&m_formType, 4, 0) != 4) {
+    m_valid = false;
+    return false;
+  }
+  return true;
+}
+
+unsigned int QoRiffChunk::GetFileChunkSize() const { return 12; }
+
+unsigned int QoRiffChunk::GetChunkID() { return m_needSwap ? QO::k_fccRIFX : QO::k_fccRIFF; }
+
+unsigned int QoRiffChunk::WriteToFile(const zu::File& out, bool swap) {
+  if (!m_valid) return QO::k_chunkFailure;
+  m_header.chunkID = swap ? QO::k_fccRIFX : QO::k_fccRIFF;
+  uint32_t head[3] = {m_header.chunkID, swap ? WavByteSwapHelpers::Swap32(m_header.size) : m_header.size,
+                      m_formType};
+  return WriteBytes(out, head, sizeof(head));
+}
+
+unsigned int QoRiffChunk::UpdateRiffChunkSize(const zu::File& out, bool swap) {
+  if (!m_valid) return QO::k_chunkFailure;
+  // Positioning writes out what is buffered, so the size below counts everything written.
+  const long long previous = out.SetFilePointer(0, zu::k_fileCurrent);
+  if (previous < 0 || std::fflush(out.GetStream()) != 0) return QO::k_chunkFailure;
+  const long long fileSize = out.GetFileSize();
+  if (fileSize < 8 || fileSize - 8 > 0xFFFFFFFFll) return QO::k_chunkFailure;
+  const uint32_t size = static_cast<uint32_t>(fileSize - 8);
+  uint32_t head[2] = {swap ? QO::k_fccRIFX : QO::k_fccRIFF, swap ? WavByteSwapHelpers::Swap32(size) : size};
+  if (out.SetFilePointer(0, zu::k_fileBegin) != 0) return QO::k_chunkFailure;
+  const bool written = out.WriteExact(head, sizeof(head));
+  if (out.SetFilePointer(previous, zu::k_fileBegin) < 0 || !written) return QO::k_chunkFailure;
+  return QO::k_chunkSuccess;
+}
+
+// ---- QoFmtChunk ----
+
+QoFmtChunk::QoFmtChunk() : m_format(), m_unspecifiedChannelMask(false) {}
+
+bool QoFmtChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
+  m_unspecifiedChannelMask = false;
+  m_format = WaveFormatExtensible();
+  if (!QoFormatChunkBase::Init(file, parent)) return false;
+  m_valid = false;
+  if (m_header.size < 16) return false;
+
+  WAVEFORMATEXTENSIBLE record;
+  std::memset(&record, 0, sizeof(record));
+  record.wFormatTag = QO::k_waveFormatPcm;
+  const unsigned int wanted = std::min<uint32_t>(m_header.size, sizeof(record));
+  const unsigned int got = ReadData(&record, wanted, 0);
+  if (got != wanted) return false;
+
+  const uint16_t tag = m_needSwap ? WavByteSwapHelpers::Swap16(record.wFormatTag) : record.wFormatTag;
+  if (got == sizeof(WaveFormatExtensible) && tag == QO::k_waveFormatExtensible) {
+    // Already the compact form: take it as it is if its configuration agrees with the count.
+    WaveFormatExtensible compact;
+    std::memcpy(&compact, &record, sizeof(compact));
+    if (m_needSwap) WavByteSwapHelpers::Convert(compact);
+    compact.cbSize = 4;
+    const uint32_t channels = QO::GetChannelConfigNumChannels(compact.channelConfig);
+    if (channels == 0 || channels != compact.nChannels) return false;
+    m_format = compact;
+    m_valid = true;
+    return true;
+  }
+
+  if (m_needSwap) WavByteSwapHelpers::Convert(record);
+  if (record.wFormatTag == QO::k_waveFormatPcm || record.wFormatTag == QO::k_waveFormatIeeeFloat) {
+    record.dwChannelMask = QO::GetDefaultChannelMask(record.nChannels);
+    record.wFormatTag = QO::k_waveFormatExtensible;
+    record.wValidBitsPerSample = 0;
+    record.SubFormat = ks_dataformat_pcm;
+  }
+  const QoChannelConfig config = QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(record);
+  const uint32_t channels = QO::GetChannelConfigNumChannels(config);
+  if (channels == 0) return false;
+  if (record.nChannels >= 3 && QO::GetChannelConfigMask(config) != 0 && record.dwChannelMask == 0) {
+    m_unspecifiedChannelMask = true;
+  }
+  record.nChannels = static_cast<uint16_t>(channels);
+  record.nBlockAlign = static_cast<uint16_t>(
+      std::max<unsigned int>(record.nBlockAlign, record.wBitsPerSample * channels / 8));
+  std::memcpy(&m_format, &record, 20);
+  m_format.cbSize = 4;
+  m_format.channelConfig = config;
+  m_valid = true;
+  return true;
+}
+
+unsigned int QoFmtChunk::GetChunkID() { return QO::k_fccFmt; }
+
+unsigned int QoFmtChunk::WriteToFile(const zu::File& out, bool swap) {
+  if (!m_valid) return QO::k_chunkFailure;
+  unsigned char bytes[8 + sizeof(WaveFormatExtensible)];
+  const uint32_t head[2] = {QO::k_fccFmt, swap ? WavByteSwapHelpers::Swap32(24) : 24u};
+  WaveFormatExtensible format = m_format;
+  if (swap) WavByteSwapHelpers::Convert(format);
+  std::memcpy(bytes, head, 8);
+  std::memcpy(bytes + 8, &format, sizeof(format));
+  return WriteBytes(out, bytes, sizeof(bytes));
+}
+
+unsigned int QoFmtChunk::WriteToFileNotExtensible(const zu::File& out, bool swap) {
+  if (!m_valid) return QO::k_chunkFailure;
+  unsigned char bytes[8 + 20];
+  const uint32_t head[2] = {QO::k_fccFmt, swap ? WavByteSwapHelpers::Swap32(20) : 20u};
+  tWAVEFORMATEX format;
+  std::memcpy(&format, &m_format, sizeof(format));
+  format.wFormatTag = QO::k_waveFormatPcm;
+  if (swap) WavByteSwapHelpers::Convert(format);
+  std::memcpy(bytes, head, 8);
+  std::memcpy(bytes + 8, &format, sizeof(format));
+  std::memcpy(bytes + 8 + sizeof(format), &m_format.wReserved, 2);
+  return WriteBytes(out, bytes, sizeof(bytes));
+}
+
+unsigned int QoFmtChunk::UpdateFormatInfo(WaveFormatExtensible& format, bool swap) {
+  if (!m_valid || m_sizeInFile != sizeof(WaveFormatExtensible)) return QO::k_chunkFailure;
+  m_format = format;
+  // The compact form is what the file holds, so the stored size is rewritten as it is.
+  m_header.size = sizeof(WaveFormatExtensible);
+  return RewriteInPlace(swap);
+}
+
+bool QoFmtChunk::GetFormatInfo(WaveFormatExtensible* format) const {
+  if (!m_valid || !format) return false;
+  *format = m_format;
+  return true;
+}
+
+void QoFmtChunk::SetFormatInfo(WaveFormatExtensible* format) {
+  if (format) m_format = *format;
+}
+
+bool QoFmtChunk::HasUnspecifiedChannelMask() const { return m_unspecifiedChannelMask; }
+
+// ---- QoJunkChunk ----
+
+QoJunkChunk::QoJunkChunk(unsigned int alignment) : m_alignment(alignment) {}
+
+bool QoJunkChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
+  QoFormatChunkBase::Init(file, parent);
+  m_header.chunkID = QO::k_fccJUNK;
+  m_header.size = 0;
+  m_sizeInFile = 0;
+  m_valid = true;
+  return true;
+}
+
+unsigned int QoJunkChunk::GetChunkID() { return QO::k_fccJUNK; }
+
+bool QoJunkChunk::ComputeJunkSize(long long position) {
+  m_header.size = 0;
+  if (m_alignment == 0) return false;
+  const long long alignment = m_alignment;
+  if ((position + 8) % alignment == 0) return false;
+  const long long r = (position + 16) % alignment;
+  m_header.size = r == 0 ? 0 : static_cast<uint32_t>(alignment - r);
+  return true;
+}
+
+unsigned int QoJunkChunk::WriteToFile(const zu::File& out, bool swap) {
+  if (!m_valid) return QO::k_chunkFailure;
+  const long long position = out.SetFilePointer(0, zu::k_fileCurrent);
+  if (position < 0) return QO::k_chunkFailure;
+  if (!ComputeJunkSize(position)) return QO::k_chunkSuccess;
+  std::vector<unsigned char> bytes(8 + m_header.size, 0);
+  const uint32_t head[2] = {QO::k_fccJUNK, swap ? WavByteSwapHelpers::Swap32(m_header.size) : m_header.size};
+  std::memcpy(bytes.data(), head, 8);
+  return out.WriteExact(bytes.data(), static_cast<unsigned int>(bytes.size())) ? QO::k_chunkSuccess
+                                                                              : QO::k_chunkFailure;
+}
