@@ -30,11 +30,13 @@ const ModeInfo sa_modes[] = {
     {O_RDWR | O_CREAT | O_APPEND, "a+", true, false},
 };
 
-// Empties a regular file, as a truncating open does; devices and pipes have nothing to cut.
+// Empties a regular file, as a truncating open does; devices and pipes have nothing to cut. An
+// already empty file is left alone: some file systems flush a file truncated to zero when it is
+// closed, which would make every newly created file cost a synchronous write-back.
 bool TruncateRegularFile(int descriptor) {
   struct stat info;
   if (fstat(descriptor, &info) != 0) return false;
-  if (!S_ISREG(info.st_mode)) return true;
+  if (!S_ISREG(info.st_mode) || info.st_size == 0) return true;
   return ftruncate(descriptor, 0) == 0;
 }
 
