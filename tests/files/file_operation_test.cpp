@@ -4,7 +4,6 @@
 
 #include <boost/filesystem.hpp>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -13,7 +12,6 @@
 #include <cctype>
 #include <cstdio>
 #include <fstream>
-#include <memory>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -128,49 +126,20 @@ TEST(FileOperation, TempNamesStepFromTheStartNumber) {
   }
 }
 
-// A fresh directory in memory when the system has one (65535 files are made here), else under
-// the temporary folder; removed with its contents.
-class ScratchDir {
- public:
-  ScratchDir() {
-    std::string pattern = boost::filesystem::is_directory("/dev/shm") ? "/dev/shm/qobase-test-XXXXXX"
-                                                                       : "";
-    if (!pattern.empty() && mkdtemp(&pattern[0])) {
-      m_path = pattern;
-    } else {
-      m_fallback.reset(new qotest::TempDir());
-      m_path = m_fallback->Path();
-    }
-  }
-  ~ScratchDir() {
-    if (!m_fallback) {
-      boost::system::error_code ignored;
-      boost::filesystem::remove_all(m_path, ignored);
-    }
-  }
-  const std::string& Path() const { return m_path; }
-
- private:
-  std::unique_ptr<qotest::TempDir> m_fallback;
-  std::string m_path;
-};
-
 TEST(FileOperation, TempNameSearchEndsWhenEveryNameIsTaken) {
-  ScratchDir dir;
-  for (unsigned int number = 1; number <= 0xFFFF; ++number) {
-    char name[16];
-    snprintf(name, sizeof(name), "/%04x.tmp", number);
-    const int descriptor = open((dir.Path() + name).c_str(), O_WRONLY | O_CREAT, 0644);
-    ASSERT_GE(descriptor, 0);
-    close(descriptor);
+  qotest::TempDir dir;
+  const zu::Path folder(dir.Path());
+  for (const char* name : {"0001.tmp", "0002.tmp", "0003.tmp", "ffff.tmp"}) {
+    ASSERT_TRUE(qotest::WriteFileBytes(dir.File(name), "taken"));
   }
+  // Four names tried from 0xfffe: ffff, then (0 skipped) 0001..0003, all taken.
   zu::Path created("untouched");
-  EXPECT_EQ(0u, zu::FileOperation::TouchTempFileName(zu::Path(dir.Path()), created));
+  EXPECT_EQ(0u, zu::FileOperation::TouchTempFileNameFrom(folder, "tmp", 0xfffe, created, 4));
   EXPECT_EQ("untouched", created.GetFullPath());
-  // Another extension is still free.
-  EXPECT_NE(0u, zu::FileOperation::TouchTempFileName(zu::Path(dir.Path()), "wav", created));
-  EXPECT_EQ(".wav", created.GetFileExtension());
-  EXPECT_FALSE(zu::Path(dir.Path() + "/0000.tmp").Exists());
+  EXPECT_EQ(4u, zu::FileOperation::TouchTempFileNameFrom(folder, "tmp", 0xfffe, created, 5));
+  EXPECT_EQ(dir.File("0004.tmp"), created.GetFullPath());
+  EXPECT_FALSE(zu::Path(dir.File("0000.tmp")).Exists());
+  EXPECT_EQ("taken", qotest::ReadFileBytes(dir.File("ffff.tmp")));
 }
 
 TEST(FileOperation, TempNamesAreUniqueAcrossThreadsAndProcesses) {
