@@ -4,6 +4,7 @@
 
 #include <boost/filesystem.hpp>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -49,22 +50,17 @@ TEST(DirectoryOperations, ListDirectoryRecursive) {
   EXPECT_EQ((std::vector<std::string>{dir.File(".hidden"), dir.File("a.wav"), dir.File("sub/b.wav"),
                                       dir.File("sub/deeper/c.txt")}),
             Sorted(files));
-  // A file is no directory to walk.
+  // A file is no directory to walk; an unreadable directory below the root is raised (root
+  // reads it anyway, and must still find what is inside).
   EXPECT_THROW(zu::ListDirectoryRecursive(dir.File("a.wav"), files),
                boost::filesystem::filesystem_error);
-}
-
-TEST(DirectoryOperations, ListDirectoryRecursiveReportsUnreadableDirectories) {
-  qotest::TempDir dir;
   MakeFiles(dir, {"locked/x"});
   ASSERT_EQ(0, chmod(dir.File("locked").c_str(), 0));
+  files.clear();
   if (geteuid() == 0) {
-    // Root reads it anyway; the walk must still find the file inside.
-    std::vector<CStdStr> files;
-    EXPECT_TRUE(zu::ListDirectoryRecursive(dir.Path(), files));
+    EXPECT_TRUE(zu::ListDirectoryRecursive(dir.File("locked"), files));
     EXPECT_EQ((std::vector<std::string>{dir.File("locked/x")}), Sorted(files));
   } else {
-    std::vector<CStdStr> files;
     EXPECT_THROW(zu::ListDirectoryRecursive(dir.Path(), files), boost::filesystem::filesystem_error);
   }
   chmod(dir.File("locked").c_str(), 0755);
@@ -109,9 +105,9 @@ TEST(DirectoryOperations, PathFilters) {
     EXPECT_TRUE(zu::PathFilter::Basic(accepted)) << accepted;
   }
   EXPECT_TRUE(zu::RegexPathFilter("dir/take.wav", R"(.*\.wav)"));
-  EXPECT_FALSE(zu::RegexPathFilter("dir/take.wav.bak", R"(.*\.wav)"));
-  EXPECT_FALSE(zu::RegexPathFilter("xtake.wav", "take"));
-  EXPECT_FALSE(zu::RegexPathFilter("a", "(unclosed"));
+  // Whole-string matches only; an invalid pattern matches nothing instead of throwing.
+  EXPECT_FALSE(zu::RegexPathFilter("dir/take.wav.bak", R"(.*\.wav)") ||
+               zu::RegexPathFilter("xtake.wav", "take") || zu::RegexPathFilter("a", "(unclosed"));
 }
 
 TEST(DirectoryOperations, RemoveDirectoryRecursiveStaysInside) {
@@ -125,7 +121,6 @@ TEST(DirectoryOperations, RemoveDirectoryRecursiveStaysInside) {
 
   EXPECT_FALSE(zu::RemoveDirectoryRecursive(dir.File("missing"), zu::PathFilter::Basic));
   EXPECT_TRUE(zu::RemoveDirectoryRecursive(dir.File("tree"), zu::PathFilter::Basic));
-  EXPECT_FALSE(zu::Path(dir.File("tree")).Exists());
   EXPECT_FALSE(boost::filesystem::exists(boost::filesystem::symlink_status(dir.File("tree"))));
   EXPECT_EQ("precious/keep.txt", qotest::ReadFileBytes(outside.File("precious/keep.txt")));
   EXPECT_TRUE(zu::Path(dir.Path()).IsDirectory());
@@ -134,9 +129,9 @@ TEST(DirectoryOperations, RemoveDirectoryRecursiveStaysInside) {
   MakeFiles(dir, {"cwd/x"});
   const zu::Path before = zu::Path::GetCurrent();
   zu::Path::SetCurrent(zu::Path(dir.File("cwd")));
-  EXPECT_FALSE(zu::RemoveDirectoryRecursive(".", zu::PathFilter::Basic));
-  EXPECT_FALSE(zu::RemoveDirectoryRecursive("./", zu::PathFilter::Basic));
-  EXPECT_FALSE(zu::RemoveDirectoryRecursive("/", zu::PathFilter::Basic));
+  for (const char* refused : {".", "./", "/"}) {
+    EXPECT_FALSE(zu::RemoveDirectoryRecursive(refused, zu::PathFilter::Basic)) << refused;
+  }
   zu::Path::SetCurrent(before);
   EXPECT_TRUE(zu::Path(dir.File("cwd/x")).Exists());
 }

@@ -3,13 +3,11 @@
 #include <qobase/files/file_operation.h>
 
 #include <boost/filesystem.hpp>
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cstdio>
 #include <fstream>
 #include <set>
@@ -17,20 +15,10 @@
 #include <thread>
 #include <vector>
 
+#include "support/files_child.h"
 #include "support/temp_dir.h"
 
 namespace {
-
-bool IsTempName(const std::string& name, const std::string& extension) {
-  if (name.size() != 4 + extension.size()) return false;
-  for (int i = 0; i < 4; ++i) {
-    const char ch = name[i];
-    if (!std::isxdigit(static_cast<unsigned char>(ch)) || std::isupper(static_cast<unsigned char>(ch))) {
-      return false;
-    }
-  }
-  return name.compare(0, 4, "0000") != 0 && name.compare(4, std::string::npos, extension) == 0;
-}
 
 TEST(FileOperation, ReadsWholeFiles) {
   qotest::TempDir dir;
@@ -40,13 +28,14 @@ TEST(FileOperation, ReadsWholeFiles) {
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("short"), "\xEF\xBB"));
   EXPECT_EQ("ab", zu::FileOperation::ReadTextFile(zu::Path(dir.File("nul"))));
   EXPECT_EQ("", zu::FileOperation::ReadTextFile(zu::Path(dir.File("missing"))));
-  EXPECT_EQ(std::string("ab\0", 3), zu::FileOperation::ReadUtf8FileRaw(zu::Path(dir.File("bom"))));
-  EXPECT_EQ(std::string("\0", 1), zu::FileOperation::ReadUtf8FileRaw(zu::Path(dir.File("empty"))));
-  EXPECT_EQ(std::string("\xEF\xBB\0", 3),
-            zu::FileOperation::ReadUtf8FileRaw(zu::Path(dir.File("short"))));
-  EXPECT_EQ(std::string("ab\0cd\0", 6),
-            zu::FileOperation::ReadUtf8FileRaw(zu::Path(dir.File("nul"))));
-  EXPECT_EQ("", zu::FileOperation::ReadUtf8FileRaw(zu::Path(dir.File("missing"))));
+  const std::pair<const char*, std::string> raw[] = {{"bom", std::string("ab\0", 3)},
+                                                     {"empty", std::string("\0", 1)},
+                                                     {"short", std::string("\xEF\xBB\0", 3)},
+                                                     {"nul", std::string("ab\0cd\0", 6)},
+                                                     {"missing", ""}};
+  for (const auto& c : raw) {
+    EXPECT_EQ(c.second, zu::FileOperation::ReadUtf8FileRaw(zu::Path(dir.File(c.first)))) << c.first;
+  }
   EXPECT_EQ(std::string("ab\0", 3), zu::FileOperation::ReadUtf8File(zu::Path(dir.File("bom"))));
 
   std::ifstream stream;
@@ -70,12 +59,9 @@ TEST(FileOperation, AreFilesIdenticalAndTouch) {
   const auto same = [&](const char* a, const char* b) {
     return zu::FileOperation::AreFilesIdentical(zu::Path(dir.File(a)), zu::Path(dir.File(b)));
   };
-  EXPECT_TRUE(same("a", "b"));
-  EXPECT_FALSE(same("a", "c"));
-  EXPECT_FALSE(same("a", "d"));
-  EXPECT_FALSE(same("missing", "other"));
   // Only the text before the first NUL byte is compared.
-  EXPECT_TRUE(same("n1", "n2"));
+  EXPECT_TRUE(same("a", "b") && same("n1", "n2"));
+  EXPECT_FALSE(same("a", "c") || same("a", "d") || same("missing", "other"));
 
   EXPECT_TRUE(zu::FileOperation::Touch(zu::Path(dir.File("t"))));
   EXPECT_EQ("", qotest::ReadFileBytes(dir.File("t")));
@@ -100,15 +86,21 @@ TEST(FileOperation, TempNamesStepFromTheStartNumber) {
   qotest::TempDir dir;
   const zu::Path folder(dir.Path());
   zu::Path created;
-  EXPECT_EQ(1u, zu::FileOperation::TouchTempFileNameFrom(folder, "tmp", 65535, created));
-  EXPECT_EQ(dir.File("0001.tmp"), created.GetFullPath());
-  EXPECT_TRUE(created.FileExists());
-  EXPECT_EQ(2u, zu::FileOperation::TouchTempFileNameFrom(folder, "tmp", 65535, created));
-  EXPECT_EQ(dir.File("0002.tmp"), created.GetFullPath());
-  EXPECT_EQ(0xabcu, zu::FileOperation::TouchTempFileNameFrom(folder, "wav", 0xabb, created));
-  EXPECT_EQ(dir.File("0abc.wav"), created.GetFullPath());
-  EXPECT_EQ(0xfffeu, zu::FileOperation::TouchTempFileNameFrom(folder, "", 0xfffd, created));
-  EXPECT_EQ(dir.File("fffe"), created.GetFullPath());
+  // 65535 is followed by 1 (0 is never used); a taken name moves the search on.
+  const struct {
+    const char* extension;
+    unsigned int start, number;
+    const char* name;
+  } steps[] = {{"tmp", 65535, 1, "0001.tmp"},
+               {"tmp", 65535, 2, "0002.tmp"},
+               {"wav", 0xabb, 0xabc, "0abc.wav"},
+               {"", 0xfffd, 0xfffe, "fffe"}};
+  for (const auto& step : steps) {
+    EXPECT_EQ(step.number,
+              zu::FileOperation::TouchTempFileNameFrom(folder, step.extension, step.start, created));
+    EXPECT_EQ(dir.File(step.name), created.GetFullPath());
+    EXPECT_EQ("", qotest::ReadFileBytes(dir.File(step.name)));
+  }
 
   // A failure leaves `created` alone.
   const zu::Path before = created;
@@ -119,10 +111,9 @@ TEST(FileOperation, TempNamesStepFromTheStartNumber) {
   for (int i = 0; i < 20; ++i) {
     const unsigned int number = zu::FileOperation::TouchTempFileName(folder, created);
     ASSERT_NE(0u, number);
-    EXPECT_TRUE(IsTempName(created.GetFileName(), ".tmp")) << created.GetFullPath();
-    char expected[8];
-    snprintf(expected, sizeof(expected), "%04x", number);
-    EXPECT_EQ(std::string(expected) + ".tmp", created.GetFileName());
+    char expected[16];
+    snprintf(expected, sizeof(expected), "%04x.tmp", number);
+    EXPECT_EQ(expected, created.GetFileName());
   }
 }
 
@@ -218,21 +209,13 @@ TEST(FileOperation, IsWritable) {
   ASSERT_TRUE(zu::EnsureDirectoryExists(dir.File("open")));
   ASSERT_EQ(0, chmod(dir.File("open").c_str(), 0777));
   // Permission bits bind only an ordinary user: check as one, in a child.
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    if (geteuid() == 0 && setuid(65534) != 0) _exit(10);
-    if (zu::FileOperation::IsWritable(zu::Path(dir.File("ro")))) _exit(11);
-    if (zu::FileOperation::IsWritable(zu::Path(dir.File("rodir")))) _exit(12);
+  EXPECT_EQ(0, qotest::RunAsOrdinaryUser([&] {
+    if (zu::FileOperation::IsWritable(zu::Path(dir.File("ro")))) return 11;
+    if (zu::FileOperation::IsWritable(zu::Path(dir.File("rodir")))) return 12;
     // The same user can write where everybody may.
-    if (!zu::FileOperation::IsWritable(zu::Path(dir.File("open")))) _exit(13);
-    if (!zu::FileOperation::IsWritable(zu::Path(dir.File("open/new")))) _exit(14);
-    _exit(0);
-  }
-  int status = 0;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(0, WEXITSTATUS(status));
+    if (!zu::FileOperation::IsWritable(zu::Path(dir.File("open")))) return 13;
+    return zu::FileOperation::IsWritable(zu::Path(dir.File("open/new"))) ? 0 : 14;
+  }));
 }
 
 }  // namespace
