@@ -41,21 +41,18 @@ TEST(FileOperation, ReadsWholeFiles) {
   std::ifstream stream;
   EXPECT_TRUE(zu::FileOperation::OpenTextStream(stream, zu::Path(dir.File("bom"))));
   EXPECT_EQ(0xEF, stream.get());
-  std::ifstream empty;
+  std::ifstream empty, missing;
   EXPECT_FALSE(zu::FileOperation::OpenTextStream(empty, zu::Path(dir.File("empty"))));
-  std::ifstream missing;
   EXPECT_FALSE(zu::FileOperation::OpenTextStream(missing, zu::Path(dir.File("missing"))));
   EXPECT_TRUE(missing.fail());
 }
 
 TEST(FileOperation, AreFilesIdenticalAndTouch) {
   qotest::TempDir dir;
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("a"), "same"));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("b"), "same"));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("c"), "diff"));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d"), "longer"));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("n1"), std::string("x\0y", 3)));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("n2"), std::string("x\0z", 3)));
+  const std::pair<const char*, std::string> files[] = {
+      {"a", "same"}, {"b", "same"}, {"c", "diff"}, {"d", "longer"},
+      {"n1", std::string("x\0y", 3)}, {"n2", std::string("x\0z", 3)}};
+  for (const auto& file : files) ASSERT_TRUE(qotest::WriteFileBytes(dir.File(file.first), file.second));
   const auto same = [&](const char* a, const char* b) {
     return zu::FileOperation::AreFilesIdentical(zu::Path(dir.File(a)), zu::Path(dir.File(b)));
   };
@@ -69,20 +66,17 @@ TEST(FileOperation, AreFilesIdenticalAndTouch) {
   EXPECT_EQ("same", qotest::ReadFileBytes(dir.File("a")));
   EXPECT_FALSE(zu::FileOperation::Touch(zu::Path(dir.File("no/dir/t"))));
 
-  FILE* stream = zu::FileOperation::OpenFile(dir.File("a"), "r");
-  ASSERT_NE(nullptr, stream);
-  EXPECT_EQ(stream, zu::FileOperation::ConvertFILEToHandle(stream));
-  fclose(stream);
   FILE* out = nullptr;
   EXPECT_FALSE(zu::FileOperation::WithOpenFile(nullptr, dir.File("a"), "r"));
-  EXPECT_FALSE(zu::FileOperation::WithOpenFile(&out, dir.File("missing"), "r"));
-  EXPECT_EQ(nullptr, out);
+  EXPECT_FALSE(zu::FileOperation::WithOpenFile(&out, dir.File("missing"), "r") || out);
   EXPECT_TRUE(zu::FileOperation::WithOpenFile(&out, dir.File("a"), "r"));
   ASSERT_NE(nullptr, out);
+  EXPECT_EQ(out, zu::FileOperation::ConvertFILEToHandle(out));
+  EXPECT_EQ('s', fgetc(out));
   fclose(out);
 }
 
-TEST(FileOperation, TempNamesStepFromTheStartNumber) {
+TEST(FileOperation, TempNamesStepFromTheStartNumberAndGiveUp) {
   qotest::TempDir dir;
   const zu::Path folder(dir.Path());
   zu::Path created;
@@ -101,90 +95,74 @@ TEST(FileOperation, TempNamesStepFromTheStartNumber) {
     EXPECT_EQ(dir.File(step.name), created.GetFullPath());
     EXPECT_EQ("", qotest::ReadFileBytes(dir.File(step.name)));
   }
-
-  // A failure leaves `created` alone.
+  // From 0xfffe with four tries: ffff, then 0001..0003, all taken; a fifth try finds 0004.
+  for (const char* name : {"0003.tmp", "ffff.tmp"}) {
+    ASSERT_TRUE(qotest::WriteFileBytes(dir.File(name), "taken"));
+  }
   const zu::Path before = created;
+  EXPECT_EQ(0u, zu::FileOperation::TouchTempFileNameFrom(folder, "tmp", 0xfffe, created, 4));
+  // Failures leave `created` alone.
   EXPECT_EQ(0u, zu::FileOperation::TouchTempFileName(zu::Path(dir.File("missing")), created));
   EXPECT_EQ(0u, zu::FileOperation::TouchTempFileName(zu::Path(dir.File("0001.tmp")), created));
   EXPECT_EQ(before, created);
+  EXPECT_EQ(4u, zu::FileOperation::TouchTempFileNameFrom(folder, "tmp", 0xfffe, created, 5));
+  EXPECT_EQ("taken", qotest::ReadFileBytes(dir.File("ffff.tmp")));
+  EXPECT_FALSE(zu::Path(dir.File("0000.tmp")).Exists());
 
-  for (int i = 0; i < 20; ++i) {
+  for (int i = 0; i < 10; ++i) {
     const unsigned int number = zu::FileOperation::TouchTempFileName(folder, created);
-    ASSERT_NE(0u, number);
     char expected[16];
     snprintf(expected, sizeof(expected), "%04x.tmp", number);
+    EXPECT_NE(0u, number);
     EXPECT_EQ(expected, created.GetFileName());
   }
 }
 
-TEST(FileOperation, TempNameSearchEndsWhenEveryNameIsTaken) {
-  qotest::TempDir dir;
-  const zu::Path folder(dir.Path());
-  for (const char* name : {"0001.tmp", "0002.tmp", "0003.tmp", "ffff.tmp"}) {
-    ASSERT_TRUE(qotest::WriteFileBytes(dir.File(name), "taken"));
-  }
-  // Four names tried from 0xfffe: ffff, then (0 skipped) 0001..0003, all taken.
-  zu::Path created("untouched");
-  EXPECT_EQ(0u, zu::FileOperation::TouchTempFileNameFrom(folder, "tmp", 0xfffe, created, 4));
-  EXPECT_EQ("untouched", created.GetFullPath());
-  EXPECT_EQ(4u, zu::FileOperation::TouchTempFileNameFrom(folder, "tmp", 0xfffe, created, 5));
-  EXPECT_EQ(dir.File("0004.tmp"), created.GetFullPath());
-  EXPECT_FALSE(zu::Path(dir.File("0000.tmp")).Exists());
-  EXPECT_EQ("taken", qotest::ReadFileBytes(dir.File("ffff.tmp")));
-}
-
 TEST(FileOperation, TempNamesAreUniqueAcrossThreadsAndProcesses) {
   qotest::TempDir dir;
-  const zu::Path folder(dir.Path());
   const int perWorker = 150;
-  std::vector<std::string> names[2];
+  // Equal start numbers force every worker through the same names; each lists what it made.
+  const auto work = [&](const char* extension, const std::string& list) {
+    std::string names;
+    for (int i = 0; i < perWorker; ++i) {
+      zu::Path created;
+      if (zu::FileOperation::TouchTempFileNameFrom(zu::Path(dir.Path()), extension, 7, created) == 0) {
+        return 1;
+      }
+      names += created.GetFullPath() + "\n";
+    }
+    return qotest::WriteFileBytes(dir.File(list), names) ? 0 : 2;
+  };
+  const auto distinctNames = [&](const char* first, const char* second) {
+    std::set<std::string> unique;
+    for (const char* list : {first, second}) {
+      std::istringstream lines(qotest::ReadFileBytes(dir.File(list)));
+      for (std::string line; std::getline(lines, line);) unique.insert(line);
+    }
+    return unique.size();
+  };
+  int results[2] = {-1, -1};
   std::thread threads[2];
   for (int t = 0; t < 2; ++t) {
-    threads[t] = std::thread([&, t] {
-      for (int i = 0; i < perWorker; ++i) {
-        zu::Path created;
-        // Equal start numbers force both threads through the same names.
-        if (zu::FileOperation::TouchTempFileNameFrom(folder, "thr", 100, created) != 0) {
-          names[t].push_back(created.GetFullPath());
-        }
-      }
-    });
+    threads[t] = std::thread([&, t] { results[t] = work("thr", "thread" + std::to_string(t)); });
   }
   for (std::thread& thread : threads) thread.join();
-  std::set<std::string> unique;
-  for (const auto& list : names) {
-    EXPECT_EQ(static_cast<size_t>(perWorker), list.size());
-    unique.insert(list.begin(), list.end());
-  }
-  EXPECT_EQ(static_cast<size_t>(2 * perWorker), unique.size());
+  EXPECT_EQ(0, results[0] + results[1]);
+  EXPECT_EQ(static_cast<size_t>(2 * perWorker), distinctNames("thread0", "thread1"));
 
-  // Two processes starting at the same number: exclusive creation keeps them apart.
+  // Two processes at once: exclusive creation keeps them apart.
   pid_t children[2];
   for (int c = 0; c < 2; ++c) {
     children[c] = fork();
     ASSERT_GE(children[c], 0);
-    if (children[c] == 0) {
-      std::ostringstream list;
-      for (int i = 0; i < perWorker; ++i) {
-        zu::Path created;
-        if (zu::FileOperation::TouchTempFileNameFrom(folder, "prc", 7, created) == 0) _exit(1);
-        list << created.GetFullPath() << "\n";
-      }
-      if (!qotest::WriteFileBytes(dir.File("list" + std::to_string(c)), list.str())) _exit(2);
-      _exit(0);
-    }
+    if (children[c] == 0) _exit(work("prc", "process" + std::to_string(c)));
   }
   for (pid_t child : children) {
     int status = 0;
     ASSERT_EQ(child, waitpid(child, &status, 0));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   }
-  std::set<std::string> fromProcesses;
-  for (int c = 0; c < 2; ++c) {
-    std::istringstream list(qotest::ReadFileBytes(dir.File("list" + std::to_string(c))));
-    for (std::string line; std::getline(list, line);) fromProcesses.insert(line);
-  }
-  EXPECT_EQ(static_cast<size_t>(2 * perWorker), fromProcesses.size());
+  EXPECT_EQ(static_cast<size_t>(2 * perWorker), distinctNames("process0", "process1"));
 }
 
 TEST(FileOperation, IsWritable) {

@@ -3,37 +3,32 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 namespace {
 
+bool TryFromOtherThread(zu::CriticalSection& section) {
+  bool got = false;
+  std::thread other([&] {
+    got = section.TryLock();
+    if (got) section.Unlock();
+  });
+  other.join();
+  return got;
+}
+
 TEST(CriticalSection, HolderMayReenterOthersWait) {
   zu::CriticalSection section;
   section.Lock();
   EXPECT_TRUE(section.TryLock());
-  bool otherGot = true;
-  std::thread other([&] { otherGot = section.TryLock(); });
-  other.join();
-  EXPECT_FALSE(otherGot);
+  EXPECT_FALSE(TryFromOtherThread(section));
   section.Unlock();
-  // Still held once.
-  std::thread stillHeld([&] { otherGot = section.TryLock(); });
-  stillHeld.join();
-  EXPECT_FALSE(otherGot);
+  EXPECT_FALSE(TryFromOtherThread(section));  // still held once
   section.Unlock();
-  std::thread free([&] {
-    otherGot = section.TryLock();
-    if (otherGot) section.Unlock();
-  });
-  free.join();
-  EXPECT_TRUE(otherGot);
-}
+  EXPECT_TRUE(TryFromOtherThread(section));
 
-TEST(CriticalSection, SerialisesIncrements) {
-  zu::CriticalSection section;
   long counter = 0;
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
