@@ -1,14 +1,18 @@
-// Recursive listing, searching, removal and copying, and the filters that guard them.
+// Pattern enumeration, recursive listing, searching, removal and copying, the filters that
+// guard them, and the case-insensitive name order.
 #include <qobase/files/directory_operations.h>
+#include <qobase/files/no_case_string_comp.h>
 #include <qobase/files/path.h>
+#include <qobase/files/path_find.h>
 
-#include <boost/filesystem.hpp>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
+#include <boost/filesystem.hpp>
 
 #include <algorithm>
+#include <cstdlib>
 #include <set>
 #include <vector>
 
@@ -49,10 +53,10 @@ TEST(DirectoryOperations, ListDirectoryRecursive) {
     // Doubled and trailing separators in the root do not leak into the results; links to
     // directories are not followed; root reads the locked directory anyway.
     EXPECT_TRUE(zu::ListDirectoryRecursive(dir.Path() + "//", files));
-    EXPECT_EQ((std::vector<std::string>{dir.File(".hidden"), dir.File("a.wav"),
-                                        dir.File("locked/x"), dir.File("sub/b.wav"),
-                                        dir.File("sub/deeper/c.txt")}),
-              Sorted(files));
+    EXPECT_EQ(
+        (std::vector<std::string>{dir.File(".hidden"), dir.File("a.wav"), dir.File("locked/x"),
+                                  dir.File("sub/b.wav"), dir.File("sub/deeper/c.txt")}),
+        Sorted(files));
   } else {
     EXPECT_THROW(zu::ListDirectoryRecursive(dir.Path(), files), fs::filesystem_error);
   }
@@ -75,9 +79,14 @@ TEST(DirectoryOperations, GetFilesRecursive) {
   const bool hidden = Hide(dir.File("h.wav")) && Hide(dir.File("sub/g.wav"));
   found.clear();
   EXPECT_TRUE(zu::GetFilesRecursive(dir.Path() + "/", found, "*.wav", false));
-  std::set<CStdStr> expected{dir.Path(),           dir.File("a.wav"),     dir.File("sub"),
-                             dir.File("sub/c.wav"), dir.File("sub/inner"), dir.File("sub/inner/d.wav"),
-                             dir.File("top.wav"),  dir.File("top.wav/f.wav")};
+  std::set<CStdStr> expected{dir.Path(),
+                             dir.File("a.wav"),
+                             dir.File("sub"),
+                             dir.File("sub/c.wav"),
+                             dir.File("sub/inner"),
+                             dir.File("sub/inner/d.wav"),
+                             dir.File("top.wav"),
+                             dir.File("top.wav/f.wav")};
   if (!hidden) expected.insert({dir.File("h.wav"), dir.File("sub/g.wav")});
   EXPECT_EQ(expected, found);
   if (hidden) {
@@ -90,7 +99,8 @@ TEST(DirectoryOperations, GetFilesRecursive) {
 }
 
 TEST(DirectoryOperations, PathFilters) {
-  for (const char* refused : {".", "..", "./", "/", "//", "../..", "C:", "C:/", "C:\\", "...", "\\"}) {
+  for (const char* refused :
+       {".", "..", "./", "/", "//", "../..", "C:", "C:/", "C:\\", "...", "\\"}) {
     EXPECT_FALSE(zu::PathFilter::Basic(refused)) << refused;
   }
   for (const char* accepted : {"a", "./a", "/tmp", "", "C:/x", "CC:", "a/.."}) {
@@ -102,14 +112,17 @@ TEST(DirectoryOperations, PathFilters) {
                zu::RegexPathFilter("xtake.wav", "take") || zu::RegexPathFilter("a", "(unclosed"));
 }
 
-TEST(DirectoryOperations, RemoveDirectoryRecursiveStaysInside) {
+TEST(DirectoryOperations, RemoveDirectoryRecursiveStaysInsideAndHonoursFilters) {
   qotest::TempDir outside;
   MakeFiles(outside, {"precious/keep.txt"});
   qotest::TempDir dir;
   MakeFiles(dir, {"tree/a", "tree/sub/b", "tree/sub/deeper/c", "tree/other/d", "cwd/x"});
-  ASSERT_EQ(0, symlink(outside.File("precious").c_str(), dir.File("tree/sub/link").c_str()));
-  ASSERT_EQ(0, symlink(outside.File("precious/keep.txt").c_str(), dir.File("tree/filelink").c_str()));
-  ASSERT_EQ(0, symlink(dir.File("nowhere").c_str(), dir.File("tree/dangling").c_str()));
+  // Links to a directory and a file outside, and a dangling one: removed, never followed.
+  for (const auto& link : {std::make_pair(outside.File("precious"), dir.File("tree/sub/link")),
+                           {outside.File("precious/keep.txt"), dir.File("tree/filelink")},
+                           {dir.File("nowhere"), dir.File("tree/dangling")}}) {
+    ASSERT_EQ(0, symlink(link.first.c_str(), link.second.c_str()));
+  }
   EXPECT_FALSE(zu::RemoveDirectoryRecursive(dir.File("missing"), zu::PathFilter::Basic));
   EXPECT_TRUE(zu::RemoveDirectoryRecursive(dir.File("tree"), zu::PathFilter::Basic));
   EXPECT_FALSE(fs::exists(fs::symlink_status(dir.File("tree"))));
@@ -123,16 +136,12 @@ TEST(DirectoryOperations, RemoveDirectoryRecursiveStaysInside) {
   }
   zu::Path::SetCurrent(before);
   EXPECT_TRUE(zu::Path(dir.File("cwd/x")).Exists());
-}
 
-TEST(DirectoryOperations, RemoveDirectoryRecursiveWithFilters) {
-  qotest::TempDir dir;
   MakeFiles(dir, {"t/a.wav", "t/b.txt", "t/s/c.wav", "u/v/w/x"});
   // A filter that keeps a file leaves its directory non-empty: that is an error, raised.
   const auto noTxt = [](const CStdStr& path) { return !zu::RegexPathFilter(path, R"(.*\.txt)"); };
   EXPECT_THROW(zu::RemoveDirectoryRecursive(dir.File("t"), noTxt), fs::filesystem_error);
-  EXPECT_TRUE(zu::Path(dir.File("t/b.txt")).Exists());
-  EXPECT_FALSE(zu::Path(dir.File("t/a.wav")).Exists() || zu::Path(dir.File("t/s")).Exists());
+  EXPECT_TRUE(zu::Path(dir.File("t/b.txt")).Exists() && !zu::Path(dir.File("t/s")).Exists());
   // The filter is asked about the root and then every entry, in walk order.
   std::vector<std::string> asked;
   const auto record = [&](const CStdStr& path) {
@@ -150,7 +159,8 @@ TEST(DirectoryOperations, RemoveDirectoryRecursiveWithFilters) {
 TEST(DirectoryOperations, CopyFilesRecursive) {
   qotest::TempDir outside;
   qotest::TempDir dir;
-  MakeFiles(dir, {"src/a.wav", "src/sub/b.wav", "src/sub/c.txt", "src/sub/deep/d.wav", "src/h.wav"});
+  MakeFiles(dir,
+            {"src/a.wav", "src/sub/b.wav", "src/sub/c.txt", "src/sub/deep/d.wav", "src/h.wav"});
   const bool hidden = Hide(dir.File("src/h.wav"));
   EXPECT_FALSE(zu::CopyFilesRecursive(dir.File("missing"), dir.File("dst"), nullptr, true));
   EXPECT_FALSE(zu::Path(dir.File("dst")).Exists());
@@ -181,6 +191,57 @@ TEST(DirectoryOperations, CopyFilesRecursive) {
   // A single file as the source is copied once.
   EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src/a.wav"), dir.File("single"), nullptr, true));
   EXPECT_EQ("src/a.wav", qotest::ReadFileBytes(dir.File("single")));
+}
+
+std::vector<std::string> All(zu::PathFind& find) {
+  std::vector<std::string> paths;
+  while (find.HasNext()) paths.push_back(find.Next().GetFullPath());
+  return paths;
+}
+
+TEST(PathFind, SortedCanonicalVisibleMatches) {
+  qotest::TempDir dir;
+  for (const char* name : {"b.wav", "a.wav", "c.txt", ".dot.wav", "secret"}) {
+    ASSERT_TRUE(qotest::WriteFileBytes(dir.File(name), "x"));
+  }
+  zu::PathFind wav(dir.Path() + "/./*.wav", true);
+  EXPECT_EQ((std::vector<std::string>{dir.File("a.wav"), dir.File("b.wav")}), All(wav));
+  EXPECT_TRUE(!wav.HasNext() && wav.Next().IsEmpty());
+  EXPECT_FALSE(zu::PathFind(dir.File("*.aiff"), true).HasNext());
+  const std::vector<std::string> all{dir.File("a.wav"), dir.File("b.wav"), dir.File("c.txt"),
+                                     dir.File("secret")};
+  const bool hidden = Hide(dir.File("secret"));
+  zu::PathFind star(dir.File("*"), false);
+  if (hidden) {
+    EXPECT_EQ(std::vector<std::string>(all.begin(), all.end() - 1), All(star));
+  } else {
+    EXPECT_EQ(all, All(star));
+  }
+  zu::PathFind withHidden(dir.File("*"), true);
+  EXPECT_EQ(all, All(withHidden));
+  // Only a leading dot matches dot entries; "x/." and "x/.." come out canonicalised, and
+  // whatever canonicalises to "." is skipped.
+  zu::PathFind dots(dir.File(".*"), true);
+  EXPECT_EQ((std::vector<std::string>{dir.Path(), zu::Path(dir.Path()).GetParent(),
+                                      dir.File(".dot.wav")}),
+            All(dots));
+  EXPECT_FALSE(zu::PathFind("./.", true).HasNext());
+  const char* home = std::getenv("HOME");
+  if (home && *home) {
+    zu::PathFind tilde("~", true);
+    EXPECT_EQ(zu::Path(home).Canonicalize().GetFullPath(), tilde.Next().GetFullPath());
+  }
+}
+
+TEST(NoCaseStringComp, OrdersIgnoringCase) {
+  const NoCaseStringComp less;
+  EXPECT_FALSE(less("abc", "ABC") || less("ABC", "abc"));
+  EXPECT_TRUE(less("ab", "ABC") && !less("ABC", "ab") && less("Apple", "banana"));
+  EXPECT_TRUE(less("\xc3\xa9", "a"));  // signed bytes: UTF-8 before ASCII
+  EXPECT_TRUE(less("", "a") && !less("", ""));
+  std::set<CStdStr, NoCaseStringComp> names{"Take.wav", "take.WAV", "b"};
+  EXPECT_EQ((std::vector<CStdStr>{"b", "Take.wav"}),
+            std::vector<CStdStr>(names.begin(), names.end()));
 }
 
 }  // namespace

@@ -1,12 +1,15 @@
-// zu::FileOperation: whole-file reads, touching, temporary names, writability.
+// zu::FileOperation and the FileHelp facade: whole-file reads, touching, temporary names and
+// temporary files, writability, and the file-name extensions.
 #include <qobase/files/directory_operations.h>
+#include <qobase/files/file_extensions.h>
+#include <qobase/files/file_help.h>
 #include <qobase/files/file_operation.h>
 
-#include <boost/filesystem.hpp>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <boost/filesystem.hpp>
 
 #include <cstdio>
 #include <fstream>
@@ -23,7 +26,9 @@ namespace {
 TEST(FileOperation, ReadsWholeFiles) {
   qotest::TempDir dir;
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("nul"), std::string("ab\0cd", 5)));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("bom"), "\xEF\xBB\xBF" "ab"));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("bom"),
+                                     "\xEF\xBB\xBF"
+                                     "ab"));
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("empty"), ""));
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("short"), "\xEF\xBB"));
   EXPECT_EQ("ab", zu::FileOperation::ReadTextFile(zu::Path(dir.File("nul"))));
@@ -38,9 +43,6 @@ TEST(FileOperation, ReadsWholeFiles) {
   }
   EXPECT_EQ(std::string("ab\0", 3), zu::FileOperation::ReadUtf8File(zu::Path(dir.File("bom"))));
 
-  std::ifstream stream;
-  EXPECT_TRUE(zu::FileOperation::OpenTextStream(stream, zu::Path(dir.File("bom"))));
-  EXPECT_EQ(0xEF, stream.get());
   std::ifstream empty, missing;
   EXPECT_FALSE(zu::FileOperation::OpenTextStream(empty, zu::Path(dir.File("empty"))));
   EXPECT_FALSE(zu::FileOperation::OpenTextStream(missing, zu::Path(dir.File("missing"))));
@@ -49,10 +51,14 @@ TEST(FileOperation, ReadsWholeFiles) {
 
 TEST(FileOperation, AreFilesIdenticalAndTouch) {
   qotest::TempDir dir;
-  const std::pair<const char*, std::string> files[] = {
-      {"a", "same"}, {"b", "same"}, {"c", "diff"}, {"d", "longer"},
-      {"n1", std::string("x\0y", 3)}, {"n2", std::string("x\0z", 3)}};
-  for (const auto& file : files) ASSERT_TRUE(qotest::WriteFileBytes(dir.File(file.first), file.second));
+  const std::pair<const char*, std::string> files[] = {{"a", "same"},
+                                                       {"b", "same"},
+                                                       {"c", "diff"},
+                                                       {"d", "longer"},
+                                                       {"n1", std::string("x\0y", 3)},
+                                                       {"n2", std::string("x\0z", 3)}};
+  for (const auto& file : files)
+    ASSERT_TRUE(qotest::WriteFileBytes(dir.File(file.first), file.second));
   const auto same = [&](const char* a, const char* b) {
     return zu::FileOperation::AreFilesIdentical(zu::Path(dir.File(a)), zu::Path(dir.File(b)));
   };
@@ -60,9 +66,9 @@ TEST(FileOperation, AreFilesIdenticalAndTouch) {
   EXPECT_TRUE(same("a", "b") && same("n1", "n2"));
   EXPECT_FALSE(same("a", "c") || same("a", "d") || same("missing", "other"));
 
-  EXPECT_TRUE(zu::FileOperation::Touch(zu::Path(dir.File("t"))));
+  EXPECT_TRUE(zu::FileOperation::Touch(zu::Path(dir.File("t"))) &&
+              zu::FileOperation::Touch(zu::Path(dir.File("a"))));
   EXPECT_EQ("", qotest::ReadFileBytes(dir.File("t")));
-  EXPECT_TRUE(zu::FileOperation::Touch(zu::Path(dir.File("a"))));
   EXPECT_EQ("same", qotest::ReadFileBytes(dir.File("a")));
   EXPECT_FALSE(zu::FileOperation::Touch(zu::Path(dir.File("no/dir/t"))));
 
@@ -90,8 +96,8 @@ TEST(FileOperation, TempNamesStepFromTheStartNumberAndGiveUp) {
                {"wav", 0xabb, 0xabc, "0abc.wav"},
                {"", 0xfffd, 0xfffe, "fffe"}};
   for (const auto& step : steps) {
-    EXPECT_EQ(step.number,
-              zu::FileOperation::TouchTempFileNameFrom(folder, step.extension, step.start, created));
+    EXPECT_EQ(step.number, zu::FileOperation::TouchTempFileNameFrom(folder, step.extension,
+                                                                    step.start, created));
     EXPECT_EQ(dir.File(step.name), created.GetFullPath());
     EXPECT_EQ("", qotest::ReadFileBytes(dir.File(step.name)));
   }
@@ -109,91 +115,167 @@ TEST(FileOperation, TempNamesStepFromTheStartNumberAndGiveUp) {
   EXPECT_EQ("taken", qotest::ReadFileBytes(dir.File("ffff.tmp")));
   EXPECT_FALSE(zu::Path(dir.File("0000.tmp")).Exists());
 
-  for (int i = 0; i < 10; ++i) {
-    const unsigned int number = zu::FileOperation::TouchTempFileName(folder, created);
-    char expected[16];
-    snprintf(expected, sizeof(expected), "%04x.tmp", number);
-    EXPECT_NE(0u, number);
-    EXPECT_EQ(expected, created.GetFileName());
-  }
+  // A random start: the name is the number returned, in four lower-case hex digits.
+  char expected[16];
+  snprintf(expected, sizeof(expected), "%04x.tmp",
+           zu::FileOperation::TouchTempFileName(folder, created));
+  EXPECT_TRUE(std::string(expected) != "0000.tmp" && created.GetFileName() == expected) << expected;
 }
 
 TEST(FileOperation, TempNamesAreUniqueAcrossThreadsAndProcesses) {
   qotest::TempDir dir;
   const int perWorker = 150;
   // Equal start numbers force every worker through the same names; each lists what it made.
-  const auto work = [&](const char* extension, const std::string& list) {
+  const auto work = [&](const std::string& list) {
     std::string names;
     for (int i = 0; i < perWorker; ++i) {
       zu::Path created;
-      if (zu::FileOperation::TouchTempFileNameFrom(zu::Path(dir.Path()), extension, 7, created) == 0) {
+      if (zu::FileOperation::TouchTempFileNameFrom(zu::Path(dir.Path()), list.substr(0, 3), 7,
+                                                   created) == 0)
         return 1;
-      }
       names += created.GetFullPath() + "\n";
     }
     return qotest::WriteFileBytes(dir.File(list), names) ? 0 : 2;
   };
-  const auto distinctNames = [&](const char* first, const char* second) {
+  int threadResult = -1;
+  std::thread thread([&] { threadResult = work("thr0"); });
+  const int ownResult = work("thr1");
+  thread.join();
+  // Two processes at once: exclusive creation keeps them apart.
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) _exit(work("prc0"));
+  const int parentResult = work("prc1");
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(0, threadResult + ownResult + parentResult);
+  for (const char* prefix : {"thr", "prc"}) {
     std::set<std::string> unique;
-    for (const char* list : {first, second}) {
-      std::istringstream lines(qotest::ReadFileBytes(dir.File(list)));
+    for (const char* n : {"0", "1"}) {
+      std::istringstream lines(qotest::ReadFileBytes(dir.File(prefix + std::string(n))));
       for (std::string line; std::getline(lines, line);) unique.insert(line);
     }
-    return unique.size();
-  };
-  int results[2] = {-1, -1};
-  std::thread threads[2];
-  for (int t = 0; t < 2; ++t) {
-    threads[t] = std::thread([&, t] { results[t] = work("thr", "thread" + std::to_string(t)); });
+    EXPECT_EQ(static_cast<size_t>(2 * perWorker), unique.size()) << prefix;
   }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(0, results[0] + results[1]);
-  EXPECT_EQ(static_cast<size_t>(2 * perWorker), distinctNames("thread0", "thread1"));
-
-  // Two processes at once: exclusive creation keeps them apart.
-  pid_t children[2];
-  for (int c = 0; c < 2; ++c) {
-    children[c] = fork();
-    ASSERT_GE(children[c], 0);
-    if (children[c] == 0) _exit(work("prc", "process" + std::to_string(c)));
-  }
-  for (pid_t child : children) {
-    int status = 0;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
-  EXPECT_EQ(static_cast<size_t>(2 * perWorker), distinctNames("process0", "process1"));
 }
 
 TEST(FileOperation, IsWritable) {
   qotest::TempDir dir;
-  EXPECT_TRUE(zu::FileOperation::IsWritable(zu::Path(dir.Path())));
-  EXPECT_TRUE(zu::FileOperation::IsWritable(zu::Path(dir.File("new"))));
-  EXPECT_FALSE(zu::Path(dir.File("new")).Exists());
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("existing"), "data"));
-  EXPECT_TRUE(zu::FileOperation::IsWritable(zu::Path(dir.File("existing"))));
-  EXPECT_EQ("data", qotest::ReadFileBytes(dir.File("existing")));
-  // The probe left nothing behind in the directory.
+  const auto writable = [&](const char* name) {
+    return zu::FileOperation::IsWritable(zu::Path(dir.File(name)));
+  };
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("ro"), "data"));
+  EXPECT_TRUE(zu::FileOperation::IsWritable(zu::Path(dir.Path())) && writable("new") &&
+              writable("ro"));
+  EXPECT_FALSE(writable("no/such/file"));
+  // The probes left nothing behind and changed nothing.
   EXPECT_EQ(1, std::distance(boost::filesystem::directory_iterator(dir.Path()),
                              boost::filesystem::directory_iterator()));
-  EXPECT_FALSE(zu::FileOperation::IsWritable(zu::Path(dir.File("no/such/file"))));
-
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("ro"), "x"));
-  // Let the unprivileged child reach the files, so only their own permissions count.
-  ASSERT_EQ(0, chmod(dir.Path().c_str(), 0755));
-  ASSERT_EQ(0, chmod(dir.File("ro").c_str(), 0444));
-  ASSERT_TRUE(zu::EnsureDirectoryExists(dir.File("rodir")));
-  ASSERT_EQ(0, chmod(dir.File("rodir").c_str(), 0555));
-  ASSERT_TRUE(zu::EnsureDirectoryExists(dir.File("open")));
-  ASSERT_EQ(0, chmod(dir.File("open").c_str(), 0777));
+  EXPECT_EQ("data", qotest::ReadFileBytes(dir.File("ro")));
+  ASSERT_TRUE(zu::Path(dir.File("rodir")).CreateDirectory() &&
+              zu::Path(dir.File("open")).CreateDirectory());
+  for (const auto& mode :
+       {std::make_pair("", 0755), {"ro", 0444}, {"rodir", 0555}, {"open", 0777}}) {
+    ASSERT_EQ(0, chmod(dir.File(mode.first).c_str(), mode.second)) << mode.first;
+  }
   // Permission bits bind only an ordinary user: check as one, in a child.
   EXPECT_EQ(0, qotest::RunAsOrdinaryUser([&] {
-    if (zu::FileOperation::IsWritable(zu::Path(dir.File("ro")))) return 11;
-    if (zu::FileOperation::IsWritable(zu::Path(dir.File("rodir")))) return 12;
-    // The same user can write where everybody may.
-    if (!zu::FileOperation::IsWritable(zu::Path(dir.File("open")))) return 13;
-    return zu::FileOperation::IsWritable(zu::Path(dir.File("open/new"))) ? 0 : 14;
-  }));
+              if (zu::FileOperation::IsWritable(zu::Path(dir.File("ro")))) return 11;
+              if (zu::FileOperation::IsWritable(zu::Path(dir.File("rodir")))) return 12;
+              // The same user can write where everybody may.
+              if (!zu::FileOperation::IsWritable(zu::Path(dir.File("open")))) return 13;
+              return zu::FileOperation::IsWritable(zu::Path(dir.File("open/new"))) ? 0 : 14;
+            }));
+}
+
+TEST(FileHelp, TemporaryFile) {
+  qotest::TempDir dir;
+  zu::Path kept;
+  {
+    FileHelp::TemporaryFile temporary{zu::Path(dir.Path())};
+    kept = temporary.GetPath();
+    EXPECT_TRUE(kept.GetFileExtension() == ".tmp" && kept.GetParent() == dir.Path());
+    EXPECT_TRUE(temporary.GetFile().WriteExact("abc", 3));
+    // Read and append: the start can be read back.
+    char buffer[3];
+    EXPECT_EQ(0, temporary.GetFile().SetFilePointer(0, zu::k_fileBegin));
+    EXPECT_TRUE(temporary.GetFile().ReadExact(buffer, 3) && std::string(buffer, 3) == "abc");
+  }
+  // Destruction closes but keeps the file.
+  EXPECT_EQ("abc", qotest::ReadFileBytes(kept.GetFullPath()));
+
+  FileHelp::TemporaryFile wav(zu::Path(dir.Path()), "wav");
+  EXPECT_TRUE(wav.GetPath().GetFileExtension() == ".wav" && wav.GetPath().Exists() &&
+              wav.DeleteFile());
+  EXPECT_FALSE(wav.GetFile().IsOpen() || wav.GetPath().Exists() || wav.DeleteFile());
+
+  FileHelp::TemporaryFile nowhere(zu::Path(dir.File("missing")));
+  EXPECT_TRUE(nowhere.GetPath().IsEmpty());
+  EXPECT_FALSE(nowhere.GetFile().IsOpen() || nowhere.DeleteFile());
+}
+
+TEST(FileHelp, TextForms) {
+  CStdStr text("a/b");
+  FileHelp::FolderAddBackslash(text);
+  EXPECT_EQ("a/b/", text);
+  FileHelp::FolderRemoveBackslash(text);
+  EXPECT_EQ("a/b", text);
+  // PathAddBackslash is text editing with a real backslash, once.
+  CStdStr windows("C:\\dir"), empty;
+  FileHelp::PathAddBackslash(windows);
+  EXPECT_EQ("C:\\dir\\", FileHelp::PathAddBackslash(windows));
+  EXPECT_EQ("", FileHelp::PathAddBackslash(empty));
+  EXPECT_EQ("a/b/", FileHelp::PathAddTrailingSeparator(FileHelp::PathRemoveBackslash("a/b//")));
+  EXPECT_EQ("a/c.txt",
+            FileHelp::PathReplaceExtension(FileHelp::PathCanonicalize("a/b/../c.wav"), "txt"));
+  EXPECT_EQ("b.tar", FileHelp::GetFileNameNoExtension("/a/b.tar.gz"));
+  EXPECT_EQ("b", FileHelp::PathCombine("a/..", "b"));
+  CStdStr messy("/a//b/");
+  FileHelp::NormalizeFilePath(messy);
+  EXPECT_EQ("/a/b", messy);
+  EXPECT_EQ(".zwu", QOFileExtensions::DottedExt(QOFileExtensions::k_csWorkUnit));
+  EXPECT_EQ("..wav", QOFileExtensions::DottedExt(".wav"));
+  EXPECT_EQ("zcustomproperties", QOFileExtensions::k_csCustomProperties);
+}
+
+TEST(FileHelp, DiskForms) {
+  qotest::TempDir dir;
+  ASSERT_TRUE(FileHelp::EnsureDirectoryExists(dir.File("d/sub").c_str()));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/sub/f.wav"), "12345"));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/F2.WAV"), "12345"));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/g.txt"), std::string("text\0more", 9)));
+  EXPECT_EQ("text", FileHelp::ReadTextFile(dir.File("d/g.txt").c_str()));
+  std::ifstream stream;
+  EXPECT_TRUE(FileHelp::OpenTextStream(stream, dir.File("d/g.txt").c_str()) && stream.get() == 't');
+  EXPECT_EQ(5u, FileHelp::GetFileSize(dir.File("d/sub/f.wav")));
+  EXPECT_TRUE(FileHelp::AreFileIdentical(dir.File("d/sub/f.wav"), dir.File("d/F2.WAV")));
+  EXPECT_FALSE(FileHelp::IsHidden(dir.File("d/g.txt")) || FileHelp::IsTextFileInUnicode("x"));
+  // The parent for an existing directory, the containing directory otherwise.
+  EXPECT_EQ(dir.File("d"), FileHelp::PathGetDirectory(dir.File("d/sub")));
+  EXPECT_EQ(dir.File("d/sub"), FileHelp::PathGetDirectory(dir.File("d/sub/f.wav")));
+  CStdStr relative(dir.File("d/sub/f.wav"));
+  FileHelp::MakePathRelative(relative, dir.File("d"));
+  EXPECT_EQ("sub/f.wav", relative);
+  // Found without hidden entries, then merged into a set where case does not matter.
+  std::set<CStdStr, NoCaseStringComp> found{dir.File("D")};
+  EXPECT_TRUE(FileHelp::GetFilesRecursive(dir.File("d"), found, "*.wav"));
+  EXPECT_EQ((std::vector<CStdStr>{dir.File("D"), dir.File("d/sub"), dir.File("d/sub/f.wav")}),
+            std::vector<CStdStr>(found.begin(), found.end()));
+
+  // Read-only means "exists and cannot be written", which root always can.
+  ASSERT_EQ(0, chmod(dir.File("d/sub/f.wav").c_str(), 0444));
+  EXPECT_EQ(geteuid() != 0, FileHelp::IsReadOnly(dir.File("d/sub/f.wav")));
+  EXPECT_FALSE(FileHelp::IsReadOnly(dir.File("missing")));
+  ASSERT_EQ(0, chmod(dir.File("d/g.txt").c_str(), 0400));
+  // Every file the recursive listing finds loses its read-only state.
+  FileHelp::RemoveReadOnlyFlagRecursive(dir.File("d"));
+  EXPECT_FALSE(zu::Path(dir.File("d/sub/f.wav")).IsReadOnly() ||
+               zu::Path(dir.File("d/g.txt")).IsReadOnly());
+  EXPECT_TRUE(FileHelp::CopyFilesRecursively(dir.File("d"), dir.File("copy"), nullptr, false));
+  EXPECT_EQ("12345", qotest::ReadFileBytes(dir.File("copy/sub/f.wav")));
+  EXPECT_TRUE(FileHelp::RemoveDirectoryRecursive(dir.File("copy").c_str()));
+  EXPECT_FALSE(FileHelp::RemoveDirectoryRecursive(dir.File("copy").c_str()));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
-// zu::File: result codes, locking across processes, delete-on-close, counted I/O, error
-// classification.
+// zu::File (result codes, locking across processes, delete-on-close, counted I/O, error
+// classification) and zu::MemoryMappedFile on top of it.
 #include <qobase/files/file.h>
+#include <qobase/files/memory_mapped_file.h>
 #include <qobase/result_code.h>
 
 #include <gtest/gtest.h>
@@ -9,6 +10,8 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -37,7 +40,7 @@ TEST(File, OpenResultCodes) {
   EXPECT_EQ(QO::k_resultFailure, file.Open(zu::Path(dir.File("other")), k_openModeWrite, 0));
   EXPECT_EQ(QO::k_resultSuccess, file.Close());
   EXPECT_EQ(QO::k_resultFailure, file.Close());
-  EXPECT_TRUE(zu::Path(dir.File("new")).FileExists());
+  EXPECT_TRUE(zu::Path(dir.File("new")).FileExists() && !zu::Path(dir.File("other")).Exists());
   zu::File borrowed(stdout);
   EXPECT_EQ(QO::k_resultFailure, borrowed.Open(zu::Path(dir.File("b")), k_openModeWrite, 0));
   EXPECT_EQ(QO::k_resultFailure, borrowed.Close());
@@ -100,8 +103,7 @@ TEST(File, DeleteOnCloseFollowsRenames) {
   }
   EXPECT_FALSE(zu::Path(dir.File("c.tmp")).Exists());
   // Without the flag the file stays; a file removed while open is not mistaken for another.
-  ASSERT_EQ(QO::k_resultSuccess, file.Open(zu::Path(dir.File("d")), k_openModeWrite, 0));
-  ASSERT_EQ(QO::k_resultSuccess, file.Close());
+  ASSERT_TRUE(file.Open(zu::Path(dir.File("d")), k_openModeWrite, 0) == 1 && file.Close() == 1);
   EXPECT_TRUE(zu::Path(dir.File("d")).Exists());
   ASSERT_EQ(QO::k_resultSuccess,
             file.Open(zu::Path(dir.File("e")), k_openModeWrite, zu::File::k_flagDeleteOnClose));
@@ -109,13 +111,14 @@ TEST(File, DeleteOnCloseFollowsRenames) {
   EXPECT_TRUE(zu::FileDescriptorToPath(fileno(file.GetStream())).IsEmpty());
   EXPECT_EQ(QO::k_resultSuccess, file.Close());
 
-  int pipeEnds[2];
-  ASSERT_EQ(0, pipe(pipeEnds));
-  EXPECT_TRUE(zu::FileDescriptorToPath(pipeEnds[0]).IsEmpty());
-  close(pipeEnds[0]);
-  close(pipeEnds[1]);
-  EXPECT_TRUE(zu::FileDescriptorToPath(pipeEnds[0]).IsEmpty());
-  EXPECT_TRUE(zu::FileDescriptorToPath(-1).IsEmpty());
+  // A pipe names no path; neither does a closed descriptor.
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  EXPECT_TRUE(zu::FileDescriptorToPath(ends[0]).IsEmpty());
+  close(ends[0]);
+  close(ends[1]);
+  EXPECT_TRUE(zu::FileDescriptorToPath(ends[0]).IsEmpty() &&
+              zu::FileDescriptorToPath(-1).IsEmpty());
 }
 
 TEST(File, ReadsAndWritesCountBytes) {
@@ -124,21 +127,19 @@ TEST(File, ReadsAndWritesCountBytes) {
   zu::File file;
   char buffer[16] = {0};
   unsigned int count = 99;
-  EXPECT_FALSE(file.Read(buffer, 4, count));
+  EXPECT_FALSE(file.Read(buffer, 4, count) || file.Write("x", 1) || file.SetEndOfFile() ||
+               file.SetLastWriteTime(1000));
   EXPECT_EQ(0u, count);
-  EXPECT_FALSE(file.Write("x", 1) || file.SetLastWriteTime(1000) || file.SetEndOfFile());
-  EXPECT_EQ(-1, file.SetFilePointer(0, zu::k_fileBegin));
-  EXPECT_EQ(-1, file.GetFileSize());
-  EXPECT_EQ(-1, file.GetLastWriteTime());
-
+  for (long long closed :
+       {file.SetFilePointer(0, zu::k_fileBegin), file.GetFileSize(), file.GetLastWriteTime()}) {
+    EXPECT_EQ(-1, closed);
+  }
   ASSERT_EQ(QO::k_resultSuccess, file.Open(path, k_openModeWrite, 0));
   EXPECT_TRUE(file.Write("0123456789abcdef", 16, count, 16));
-  EXPECT_EQ(16u, count);
   EXPECT_FALSE(file.Write("xy", 2, count, 3));
   EXPECT_EQ(2u, count);
   EXPECT_TRUE(file.WriteExact("z", 1, count));
   EXPECT_EQ(19, file.SetFilePointer(0, zu::k_fileEnd));
-  EXPECT_EQ(19, file.GetFileSize());
   EXPECT_EQ(-1, file.SetFilePointer(-1, zu::k_fileBegin));
   EXPECT_EQ(10, file.SetFilePointer(10, zu::k_fileBegin));
   EXPECT_TRUE(file.SetEndOfFile());
@@ -150,10 +151,9 @@ TEST(File, ReadsAndWritesCountBytes) {
   EXPECT_EQ(1234567890, zu::Path(path).GetLastWriteTime());
 
   ASSERT_EQ(QO::k_resultSuccess, file.Open(path, k_openModeRead, 0));
-  EXPECT_TRUE(file.Read(buffer, 4, count));
-  EXPECT_EQ("0123", std::string(buffer, count));
   EXPECT_TRUE(file.Read(buffer, 4, count, 4));
-  EXPECT_EQ(6, file.SetFilePointer(-2, zu::k_fileCurrent));
+  EXPECT_EQ(6, file.SetFilePointer(2, zu::k_fileCurrent));
+  // Short at the end: ReadExact fails, Read succeeds, both count what they got.
   EXPECT_FALSE(file.ReadExact(buffer, 8, count));
   EXPECT_EQ("6789", std::string(buffer, count));
   EXPECT_TRUE(file.Read(buffer, 8, count));
@@ -162,16 +162,14 @@ TEST(File, ReadsAndWritesCountBytes) {
   EXPECT_EQ(QO::k_resultSuccess, file.Close());
 
   // Append modes write at the end whatever the position; "a+" also reads.
-  ASSERT_EQ(QO::k_resultSuccess, file.Open(path, k_openModeReadAppend, 0));
-  EXPECT_EQ(0, file.SetFilePointer(0, zu::k_fileBegin));
-  EXPECT_TRUE(file.ReadExact(buffer, 3));
-  EXPECT_EQ("012", std::string(buffer, 3));
-  EXPECT_TRUE(file.WriteExact("AB", 2));
-  EXPECT_EQ(QO::k_resultSuccess, file.Close());
-  ASSERT_EQ(QO::k_resultSuccess, file.Open(path, k_openModeAppend, 0));
-  EXPECT_EQ(0, file.SetFilePointer(0, zu::k_fileBegin));
-  EXPECT_TRUE(file.WriteExact("C", 1));
-  EXPECT_EQ(QO::k_resultSuccess, file.Close());
+  for (QoOpenMode mode : {k_openModeReadAppend, k_openModeAppend}) {
+    ASSERT_EQ(QO::k_resultSuccess, file.Open(path, mode, 0));
+    EXPECT_EQ(0, file.SetFilePointer(0, zu::k_fileBegin));
+    EXPECT_EQ(mode == k_openModeReadAppend, file.ReadExact(buffer, 3));
+    EXPECT_TRUE(
+        file.WriteExact(mode == k_openModeAppend ? "C" : "AB", mode == k_openModeAppend ? 1 : 2));
+    EXPECT_EQ(QO::k_resultSuccess, file.Close());
+  }
   EXPECT_EQ("0123456789ABC", qotest::ReadFileBytes(path.GetFullPath()));
 }
 
@@ -182,32 +180,26 @@ TEST(File, CopiesBorrowAndMovesTransferOwnership) {
   ASSERT_EQ(QO::k_resultSuccess, owner.Open(path, k_openModeWrite, zu::File::k_flagDeleteOnClose));
   {
     zu::File copy(owner);
-    EXPECT_EQ(owner.GetStream(), copy.GetStream());
-    EXPECT_TRUE(copy.WriteExact("ab", 2));
+    EXPECT_TRUE(owner.GetStream() == copy.GetStream() && copy.WriteExact("ab", 2));
     EXPECT_EQ(QO::k_resultFailure, copy.Close());
   }
   // Destroying the borrowed copy left the stream open.
   EXPECT_TRUE(owner.WriteExact("cd", 2));
-  zu::File assigned;
+  zu::File assigned, moved;
   assigned = owner;
   EXPECT_EQ(QO::k_resultFailure, assigned.Close());
-  zu::File moved;
   moved = std::move(owner);
-  EXPECT_FALSE(owner.IsOpen());
-  EXPECT_EQ(QO::k_resultFailure, owner.Close());
+  EXPECT_FALSE(owner.IsOpen() || owner.Close() == QO::k_resultSuccess);
   zu::File movedAgain(std::move(moved));
   EXPECT_FALSE(moved.IsOpen());
-  EXPECT_TRUE(path.Exists());
   // The flags came along: closing deletes.
-  EXPECT_EQ(QO::k_resultSuccess, movedAgain.Close());
-  EXPECT_FALSE(path.Exists());
+  EXPECT_TRUE(path.Exists() && movedAgain.Close() == QO::k_resultSuccess && !path.Exists());
 
   // A borrowed handle moved elsewhere stays borrowed: the stream is never closed by us.
   FILE* stream = fopen(dir.File("raw").c_str(), "w");
   ASSERT_NE(nullptr, stream);
   {
-    zu::File borrowed(stream);
-    zu::File target;
+    zu::File borrowed(stream), target;
     target = std::move(borrowed);
     EXPECT_EQ(QO::k_resultFailure, target.Close());
   }
@@ -226,11 +218,8 @@ TEST(File, GetLastErrorClassifiesWriteFailures) {
   zu::File full;
   ASSERT_EQ(QO::k_resultSuccess, full.Open(zu::Path("/dev/full"), k_openModeWrite, 0));
   std::vector<char> block(1 << 16, 'x');
-  unsigned int written = 0;
-  EXPECT_FALSE(full.WriteExact(block.data(), static_cast<unsigned int>(block.size()), written));
-  EXPECT_LT(written, block.size());
+  EXPECT_FALSE(full.WriteExact(block.data(), static_cast<unsigned int>(block.size())));
   EXPECT_EQ(zu::k_fileErrorOutOfSpace, zu::File::GetLastError());
-  full.Close();
 
   // A file-size limit, in a child so the limit does not outlive the test.
   qotest::TempDir dir;
@@ -239,13 +228,55 @@ TEST(File, GetLastErrorClassifiesWriteFailures) {
     signal(SIGXFSZ, SIG_IGN);
     struct rlimit limit = {4096, 4096};
     zu::File file;
-    if (setrlimit(RLIMIT_FSIZE, &limit) != 0 || file.Open(path, k_openModeWrite, 0) != 1) return 100;
-    unsigned int count = 0;
-    if (file.WriteExact(block.data(), static_cast<unsigned int>(block.size()), count)) return 101;
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0 || file.Open(path, k_openModeWrite, 0) != 1)
+      return 100;
+    if (file.WriteExact(block.data(), static_cast<unsigned int>(block.size()))) return 101;
     return static_cast<int>(zu::File::GetLastError());
   });
   EXPECT_EQ(static_cast<int>(zu::k_fileErrorTooLarge), code);
   EXPECT_EQ(4096u, path.GetFileSize());
+}
+
+// Counts the lines of /proc/self/maps that name `path`: the live mappings of that file.
+int MappingsOf(const std::string& path) {
+  std::ifstream maps("/proc/self/maps");
+  int count = 0;
+  for (std::string line; std::getline(maps, line);) {
+    count +=
+        line.size() >= path.size() && line.compare(line.size() - path.size(), path.npos, path) == 0;
+  }
+  return count;
+}
+
+TEST(MemoryMappedFile, MapsWholeFileReleasesItAndRefusesWhatCannotBeMapped) {
+  qotest::TempDir dir;
+  const std::string path = dir.File("mapped.bin");
+  std::string bytes(10000, '\0');
+  for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 7);
+  ASSERT_TRUE(qotest::WriteFileBytes(path, bytes) && qotest::WriteFileBytes(dir.File("empty"), ""));
+  zu::MemoryMappedFile mapped;
+  for (const std::string& bad :
+       {dir.File("missing"), dir.File("empty"), dir.Path(), std::string()}) {
+    EXPECT_EQ(nullptr, mapped.Map(zu::Path(bad))) << bad;
+  }
+  EXPECT_FALSE(mapped.Unmap());
+  const void* data = mapped.Map(zu::Path(path));
+  ASSERT_NE(nullptr, data);
+  EXPECT_TRUE(data == mapped.GetData() && bytes.size() == mapped.GetSize());
+  EXPECT_EQ(0, std::memcmp(data, bytes.data(), bytes.size()));
+  EXPECT_EQ(1, MappingsOf(path));
+  // Mapped already: a second Map is refused and the first mapping stays.
+  EXPECT_EQ(nullptr, mapped.Map(zu::Path(path)));
+  EXPECT_EQ(data, mapped.GetData());
+  // Unmap and destruction release the mapping.
+  EXPECT_TRUE(mapped.Unmap());
+  EXPECT_TRUE(mapped.GetData() == nullptr && MappingsOf(path) == 0 && !mapped.Unmap());
+  {
+    zu::MemoryMappedFile scoped;
+    ASSERT_NE(nullptr, scoped.Map(zu::Path(path)));
+    EXPECT_EQ(1, MappingsOf(path));
+  }
+  EXPECT_EQ(0, MappingsOf(path));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -13,7 +14,8 @@ namespace {
 using Edit = std::function<void(zu::Path&)>;
 
 // Applies `edit` to each input and checks the resulting text.
-void ExpectEdits(const Edit& edit, std::initializer_list<std::pair<const char*, const char*>> cases) {
+void ExpectEdits(const Edit& edit,
+                 std::initializer_list<std::pair<const char*, const char*>> cases) {
   for (const auto& c : cases) {
     zu::Path path(c.first);
     edit(path);
@@ -24,33 +26,26 @@ void ExpectEdits(const Edit& edit, std::initializer_list<std::pair<const char*, 
 TEST(PathValue, KeepsTextComparesBytewiseAndMovesWithoutCopying) {
   zu::Path path("a//B/./c/");
   EXPECT_EQ("a//B/./c/", static_cast<CStdStr>(path));
-  EXPECT_FALSE(zu::Path("A/b") == zu::Path("a/b"));
-  EXPECT_TRUE(zu::Path("a/b") != zu::Path("a/b/"));
-  EXPECT_TRUE(zu::Path("ab") < zu::Path("abc"));
-  EXPECT_FALSE(zu::Path("abc") < zu::Path("ab"));
+  EXPECT_FALSE(zu::Path("A/b") == zu::Path("a/b") || zu::Path("a/b") == zu::Path("a/b/"));
+  EXPECT_TRUE(zu::Path("ab") < zu::Path("abc") && !(zu::Path("abc") < zu::Path("ab")));
   EXPECT_TRUE(zu::Path("z") < zu::Path("\xc3\xa9"));  // unsigned bytes: UTF-8 after ASCII
   EXPECT_TRUE(path.Clear().IsEmpty());
   path.SetFullPath("//y");
-  EXPECT_EQ("//y", path.GetFullPath());
-  EXPECT_EQ("/", zu::Path::GetNameSeparator());
+  EXPECT_TRUE(path.GetFullPath() == "//y" && zu::Path::GetNameSeparator() == "/");
   EXPECT_EQ("p/q", zu::Path(new zu::FsPath("p/q")).GetFullPath());
   EXPECT_TRUE(zu::Path(static_cast<zu::FsPath*>(nullptr)).IsEmpty());
 
   static_assert(std::is_nothrow_move_constructible<zu::Path>::value, "");
   static_assert(std::is_nothrow_move_assignable<zu::Path>::value, "");
-  zu::Path a("first");
-  zu::Path b("second");
-  const zu::FsPath* objectA = &a.GetFsPath();
-  const zu::FsPath* objectB = &b.GetFsPath();
+  zu::Path a("first"), b("second");
+  const zu::FsPath *objectA = &a.GetFsPath(), *objectB = &b.GetFsPath();
   a = std::move(b);
-  EXPECT_EQ(objectB, &a.GetFsPath());
-  EXPECT_EQ(objectA, &b.GetFsPath());
+  EXPECT_TRUE(objectB == &a.GetFsPath() && objectA == &b.GetFsPath());
   zu::Path c(std::move(a));
   EXPECT_EQ(objectB, &c.GetFsPath());
   EXPECT_TRUE(a.IsEmpty());  // moved from: empty, and can be assigned again
   a = c;
-  EXPECT_EQ("second", a.GetFullPath());
-  EXPECT_NE(&a.GetFsPath(), &c.GetFsPath());
+  EXPECT_TRUE(a.GetFullPath() == "second" && &a.GetFsPath() != &c.GetFsPath());
   std::map<zu::Path, int> ordered{{zu::Path("b"), 2}, {zu::Path("a"), 1}};
   EXPECT_EQ("a", ordered.begin()->first.GetFullPath());
 }
@@ -58,16 +53,14 @@ TEST(PathValue, KeepsTextComparesBytewiseAndMovesWithoutCopying) {
 TEST(PathValue, Components) {
   zu::Path path("/music/take.01.wav");
   EXPECT_EQ("/music", path.GetParent());
-  EXPECT_EQ("take.01.wav", path.GetName());
-  EXPECT_EQ("take.01", path.GetFileNameOnly());
-  EXPECT_EQ(".wav", path.GetFileExtension());
-  EXPECT_EQ("", path.GetRootName());
+  EXPECT_TRUE(path.GetName() == "take.01.wav" && path.GetFileNameOnly() == "take.01");
+  EXPECT_TRUE(path.GetFileExtension() == ".wav" && path.GetRootName().empty());
   EXPECT_EQ(".", zu::Path("a/b/").GetFileName());
   EXPECT_EQ("", zu::Path("noext").GetFileExtension());
   EXPECT_EQ("//host", zu::Path("//host/share/x").GetDrive());
-  EXPECT_EQ("a", zu::Path("a//b/c").GetTopFolderPath());
-  EXPECT_EQ("abc", zu::Path("abc").GetTopFolderPath());
-  EXPECT_EQ("", zu::Path("/a/b").GetTopFolderPath());
+  for (const auto& c : {std::make_pair("a//b/c", "a"), {"abc", "abc"}, {"/a/b", ""}}) {
+    EXPECT_EQ(c.second, zu::Path(c.first).GetTopFolderPath()) << c.first;
+  }
   // Not an existing directory: its parent. An existing directory: itself.
   EXPECT_EQ("/no/such/dir/x", zu::Path("/no/such/dir/x/f.wav").GetFileDirectory(false));
   EXPECT_EQ("/no/such/dir/x/", zu::Path("/no/such/dir/x/f.wav").GetDirectory(true));
@@ -77,12 +70,15 @@ TEST(PathValue, Components) {
 }
 
 TEST(PathValue, Editing) {
-  ExpectEdits([](zu::Path& p) { p.NormalizeFilePath(); },
-              {{"a//b///c/", "a/b/c"}, {"", ""}, {"///", "///"}, {"/x//y", "/x/y"},
-               {"a/./../b", "a/./../b"}, {"//host//share", "host/share"}});
-  ExpectEdits([](zu::Path& p) { p.Canonicalize(); },
-              {{"a/./b/../c/", "a/c"}, {"/a/b/.", "/a/b"}, {"..", ".."}, {"", ""},
-               {"a/../../x", "../x"}});
+  ExpectEdits([](zu::Path& p) { p.NormalizeFilePath(); }, {{"a//b///c/", "a/b/c"},
+                                                           {"", ""},
+                                                           {"///", "///"},
+                                                           {"/x//y", "/x/y"},
+                                                           {"a/./../b", "a/./../b"},
+                                                           {"//host//share", "host/share"}});
+  ExpectEdits(
+      [](zu::Path& p) { p.Canonicalize(); },
+      {{"a/./b/../c/", "a/c"}, {"/a/b/.", "/a/b"}, {"..", ".."}, {"", ""}, {"a/../../x", "../x"}});
   ExpectEdits([](zu::Path& p) { p.ReplaceExtension("txt"); },
               {{"a/b.wav", "a/b.txt"}, {"a/b", "a/b.txt"}});
   ExpectEdits([](zu::Path& p) { p.ChangeExtension(".txt"); }, {{"a/b.wav", "a/b.txt"}});
@@ -91,21 +87,23 @@ TEST(PathValue, Editing) {
               {{"a", "a/"}, {"a///", "a/"}, {"", ""}});
   ExpectEdits([](zu::Path& p) { p.RemoveTrailingSeparator(); }, {{"a/", "a"}, {"a", "a"}});
   // Reserved names stay; only one final dot goes; a name that vanishes joins as the root.
-  ExpectEdits([](zu::Path& p) { p.MakeLegal(); },
-              {{"dir/a:b*c.", "dir/a_b_c"}, {"x<y>z|", "x_y_z_"}, {"dir/CON", "dir/CON"},
-               {"a...", "a.."}, {"", ""}, {".", "/"}, {"a/.", "a"}});
+  ExpectEdits([](zu::Path& p) { p.MakeLegal(); }, {{"dir/a:b*c.", "dir/a_b_c"},
+                                                   {"x<y>z|", "x_y_z_"},
+                                                   {"dir/CON", "dir/CON"},
+                                                   {"a...", "a.."},
+                                                   {"", ""},
+                                                   {".", "/"},
+                                                   {"a/.", "a"}});
 }
 
 TEST(PathValue, JoinCombineAppendPrepend) {
   const auto join = [](std::initializer_list<CStdStr> parts) {
     return zu::Path::Join(parts).GetFullPath();
   };
-  EXPECT_EQ("/", join({}));
-  EXPECT_EQ("/", join({"", ""}));
+  EXPECT_TRUE(join({}) == "/" && join({"", ""}) == "/");
   EXPECT_EQ("C:/x", join({"C:", "x"}));
   EXPECT_EQ("a/b", join({"a/", "/b"}));
-  EXPECT_EQ("a/b/", join({"a", "b/"}));
-  EXPECT_EQ("a/b/", join({"a", "b//"}));
+  EXPECT_TRUE(join({"a", "b/"}) == "a/b/" && join({"a", "b//"}) == "a/b/");  // one survives
   EXPECT_EQ("/r/a/b", join({"/r", "", "a", "b"}));
   EXPECT_EQ("b", zu::Path::Combine({"a", "..", "b"}).GetFullPath());
   EXPECT_EQ("a/b", zu::Path::Combine({"a/", "/b"}).GetFullPath());
@@ -124,49 +122,31 @@ TEST(PathValue, JoinCombineAppendPrepend) {
   EXPECT_EQ(nullptr, acc);
 }
 
-TEST(PathValue, ReservedNamesLegalityAndClassification) {
-  for (const char* name : {"  com1 ", "Nul", "prn", "AUX", "lpt9"}) {
-    EXPECT_TRUE(zu::Path::IsReservedName(name)) << name;
-  }
-  for (const char* name : {"COM10", "CON.txt", "CO", ""}) {
-    EXPECT_FALSE(zu::Path::IsReservedName(name)) << name;
-  }
-  for (const char* path : {"dir/con.txt", "CON.tar.gz", "a//lpt9/b"}) {
-    EXPECT_TRUE(zu::Path(path).ContainsReservedName()) << path;
-  }
-  for (const char* path : {"dir/.con", "dir/a.CON", "console/x"}) {
-    EXPECT_FALSE(zu::Path(path).ContainsReservedName()) << path;
-  }
-  for (const char* path : {"a/b?c", ".x", "./x", "a/aux", "a|b"}) {
-    EXPECT_FALSE(zu::Path(path).IsLegal()) << path;
-  }
-  for (const char* path : {"a:b", "", "/music/take 1.wav"}) {
-    EXPECT_TRUE(zu::Path(path).IsLegal()) << path;
-  }
-  EXPECT_FALSE(zu::Path("folder.").IsLegalDirectoryName());
-  EXPECT_TRUE(zu::Path("folder").IsLegalDirectoryName());
-  EXPECT_FALSE(zu::Path("fol|der").IsLegalDirectoryName());
-  EXPECT_TRUE(zu::FilePathHasInvalidCharacters("a\"b"));
-  EXPECT_FALSE(zu::FilePathHasInvalidCharacters("a:b\\c/d"));
-  for (const char* name : {"a\\b", "a/b", "a:b", "a*"}) {
-    EXPECT_TRUE(zu::FileNameHasInvalidCharacters(name)) << name;
-  }
-  EXPECT_FALSE(zu::FileNameHasInvalidCharacters("a b.wav"));
+// Checks `test` is true for every text of `yes` and false for every text of `no`.
+void ExpectSplit(const std::function<bool(const char*)>& test,
+                 std::initializer_list<const char*> yes, std::initializer_list<const char*> no) {
+  for (const char* text : yes) EXPECT_TRUE(test(text)) << text;
+  for (const char* text : no) EXPECT_FALSE(test(text)) << text;
+}
 
-  EXPECT_TRUE(zu::Path("/").IsRoot());
-  for (const char* path : {"/a", "", "a"}) EXPECT_FALSE(zu::Path(path).IsRoot()) << path;
-  EXPECT_TRUE(zu::Path("a/b").IsRelative());
-  EXPECT_TRUE(zu::Path("").IsRelative());
-  EXPECT_FALSE(zu::Path("/a").IsRelative());
-  EXPECT_FALSE(zu::Path("//host/share").IsRelative());
-  EXPECT_TRUE(zu::IsSeparator("/"));
+TEST(PathValue, ReservedNamesLegalityAndClassification) {
+  ExpectSplit(zu::Path::IsReservedName, {"  com1 ", "Nul", "prn", "AUX", "lpt9"},
+              {"COM10", "CON.txt", "CO", ""});
+  ExpectSplit([](const char* t) { return zu::Path(t).ContainsReservedName(); },
+              {"dir/con.txt", "CON.tar.gz", "a//lpt9/b"}, {"dir/.con", "dir/a.CON", "console/x"});
+  ExpectSplit([](const char* t) { return zu::Path(t).IsLegal(); }, {"a:b", "", "/music/take 1.wav"},
+              {"a/b?c", ".x", "./x", "a/aux", "a|b"});
+  ExpectSplit([](const char* t) { return zu::Path(t).IsLegalDirectoryName(); }, {"folder"},
+              {"folder.", "fol|der"});
+  ExpectSplit(zu::FilePathHasInvalidCharacters, {"a\"b", "<", ">", "*"}, {"a:b\\c/d"});
+  ExpectSplit(zu::FileNameHasInvalidCharacters, {"a\\b", "a/b", "a:b", "a*"}, {"a b.wav"});
+  ExpectSplit([](const char* t) { return zu::Path(t).IsRoot(); }, {"/"}, {"/a", "", "a"});
+  ExpectSplit([](const char* t) { return zu::Path(t).IsRelative(); }, {"a/b", ""},
+              {"/a", "//host/share"});
+  ExpectSplit(zu::IsSeparator, {"/"}, {"\\", "//", ""});
   EXPECT_TRUE(zu::IsPathSeparator("/"));
-  EXPECT_FALSE(zu::IsSeparator("\\"));
-  EXPECT_FALSE(zu::IsSeparator("//"));
-  for (const char* root : {"ab", "//host/share"}) EXPECT_TRUE(zu::IsWindowNetworkRoot(root));
-  for (const char* text : {"//host/share/x", "//host/", "//host", "/", "", "//h"}) {
-    EXPECT_FALSE(zu::IsWindowNetworkRoot(text)) << text;
-  }
+  ExpectSplit(zu::IsWindowNetworkRoot, {"ab", "//host/share"},
+              {"//host/share/x", "//host/", "//host", "/", "", "//h"});
 }
 
 }  // namespace
