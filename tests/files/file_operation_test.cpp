@@ -25,12 +25,14 @@ namespace {
 
 TEST(FileOperation, ReadsWholeFiles) {
   qotest::TempDir dir;
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("nul"), std::string("ab\0cd", 5)));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("bom"),
-                                     "\xEF\xBB\xBF"
-                                     "ab"));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("empty"), ""));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("short"), "\xEF\xBB"));
+  for (const auto& file : {std::make_pair("nul", std::string("ab\0cd", 5)),
+                           {"bom",
+                            "\xEF\xBB\xBF"
+                            "ab"},
+                           {"empty", ""},
+                           {"short", "\xEF\xBB"}}) {
+    ASSERT_TRUE(qotest::WriteFileBytes(dir.File(file.first), file.second));
+  }
   EXPECT_EQ("ab", zu::FileOperation::ReadTextFile(zu::Path(dir.File("nul"))));
   EXPECT_EQ("", zu::FileOperation::ReadTextFile(zu::Path(dir.File("missing"))));
   const std::pair<const char*, std::string> raw[] = {{"bom", std::string("ab\0", 3)},
@@ -73,12 +75,10 @@ TEST(FileOperation, AreFilesIdenticalAndTouch) {
   EXPECT_FALSE(zu::FileOperation::Touch(zu::Path(dir.File("no/dir/t"))));
 
   FILE* out = nullptr;
-  EXPECT_FALSE(zu::FileOperation::WithOpenFile(nullptr, dir.File("a"), "r"));
-  EXPECT_FALSE(zu::FileOperation::WithOpenFile(&out, dir.File("missing"), "r") || out);
-  EXPECT_TRUE(zu::FileOperation::WithOpenFile(&out, dir.File("a"), "r"));
-  ASSERT_NE(nullptr, out);
-  EXPECT_EQ(out, zu::FileOperation::ConvertFILEToHandle(out));
-  EXPECT_EQ('s', fgetc(out));
+  EXPECT_FALSE(zu::FileOperation::WithOpenFile(nullptr, dir.File("a"), "r") ||
+               zu::FileOperation::WithOpenFile(&out, dir.File("missing"), "r") || out);
+  ASSERT_TRUE(zu::FileOperation::WithOpenFile(&out, dir.File("a"), "r"));
+  EXPECT_EQ('s', fgetc(zu::FileOperation::ConvertFILEToHandle(out)));
   fclose(out);
 }
 
@@ -215,67 +215,43 @@ TEST(FileHelp, TemporaryFile) {
   EXPECT_FALSE(nowhere.GetFile().IsOpen() || nowhere.DeleteFile());
 }
 
-TEST(FileHelp, TextForms) {
-  CStdStr text("a/b");
+TEST(FileHelp, ForwardsAndOwnRules) {
+  CStdStr text("a/b"), windows("C:\\dir"), empty;
   FileHelp::FolderAddBackslash(text);
   EXPECT_EQ("a/b/", text);
   FileHelp::FolderRemoveBackslash(text);
   EXPECT_EQ("a/b", text);
-  // PathAddBackslash is text editing with a real backslash, once.
-  CStdStr windows("C:\\dir"), empty;
+  // PathAddBackslash is text editing with a real backslash, once, on a non-empty text.
   FileHelp::PathAddBackslash(windows);
   EXPECT_EQ("C:\\dir\\", FileHelp::PathAddBackslash(windows));
   EXPECT_EQ("", FileHelp::PathAddBackslash(empty));
-  EXPECT_EQ("a/b/", FileHelp::PathAddTrailingSeparator(FileHelp::PathRemoveBackslash("a/b//")));
-  EXPECT_EQ("a/c.txt",
-            FileHelp::PathReplaceExtension(FileHelp::PathCanonicalize("a/b/../c.wav"), "txt"));
-  EXPECT_EQ("b.tar", FileHelp::GetFileNameNoExtension("/a/b.tar.gz"));
   EXPECT_EQ("b", FileHelp::PathCombine("a/..", "b"));
-  CStdStr messy("/a//b/");
-  FileHelp::NormalizeFilePath(messy);
-  EXPECT_EQ("/a/b", messy);
   EXPECT_EQ(".zwu", QOFileExtensions::DottedExt(QOFileExtensions::k_csWorkUnit));
   EXPECT_EQ("..wav", QOFileExtensions::DottedExt(".wav"));
-  EXPECT_EQ("zcustomproperties", QOFileExtensions::k_csCustomProperties);
-}
 
-TEST(FileHelp, DiskForms) {
   qotest::TempDir dir;
   ASSERT_TRUE(FileHelp::EnsureDirectoryExists(dir.File("d/sub").c_str()));
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/sub/f.wav"), "12345"));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/F2.WAV"), "12345"));
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/g.txt"), std::string("text\0more", 9)));
-  EXPECT_EQ("text", FileHelp::ReadTextFile(dir.File("d/g.txt").c_str()));
-  std::ifstream stream;
-  EXPECT_TRUE(FileHelp::OpenTextStream(stream, dir.File("d/g.txt").c_str()) && stream.get() == 't');
-  EXPECT_EQ(5u, FileHelp::GetFileSize(dir.File("d/sub/f.wav")));
-  EXPECT_TRUE(FileHelp::AreFileIdentical(dir.File("d/sub/f.wav"), dir.File("d/F2.WAV")));
-  EXPECT_FALSE(FileHelp::IsHidden(dir.File("d/g.txt")) || FileHelp::IsTextFileInUnicode("x"));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("d/g.txt"), "text"));
   // The parent for an existing directory, the containing directory otherwise.
   EXPECT_EQ(dir.File("d"), FileHelp::PathGetDirectory(dir.File("d/sub")));
   EXPECT_EQ(dir.File("d/sub"), FileHelp::PathGetDirectory(dir.File("d/sub/f.wav")));
-  CStdStr relative(dir.File("d/sub/f.wav"));
-  FileHelp::MakePathRelative(relative, dir.File("d"));
-  EXPECT_EQ("sub/f.wav", relative);
   // Found without hidden entries, then merged into a set where case does not matter.
   std::set<CStdStr, NoCaseStringComp> found{dir.File("D")};
   EXPECT_TRUE(FileHelp::GetFilesRecursive(dir.File("d"), found, "*.wav"));
   EXPECT_EQ((std::vector<CStdStr>{dir.File("D"), dir.File("d/sub"), dir.File("d/sub/f.wav")}),
             std::vector<CStdStr>(found.begin(), found.end()));
-
   // Read-only means "exists and cannot be written", which root always can.
   ASSERT_EQ(0, chmod(dir.File("d/sub/f.wav").c_str(), 0444));
+  ASSERT_EQ(0, chmod(dir.File("d/g.txt").c_str(), 0400));
   EXPECT_EQ(geteuid() != 0, FileHelp::IsReadOnly(dir.File("d/sub/f.wav")));
   EXPECT_FALSE(FileHelp::IsReadOnly(dir.File("missing")));
-  ASSERT_EQ(0, chmod(dir.File("d/g.txt").c_str(), 0400));
   // Every file the recursive listing finds loses its read-only state.
   FileHelp::RemoveReadOnlyFlagRecursive(dir.File("d"));
   EXPECT_FALSE(zu::Path(dir.File("d/sub/f.wav")).IsReadOnly() ||
                zu::Path(dir.File("d/g.txt")).IsReadOnly());
-  EXPECT_TRUE(FileHelp::CopyFilesRecursively(dir.File("d"), dir.File("copy"), nullptr, false));
-  EXPECT_EQ("12345", qotest::ReadFileBytes(dir.File("copy/sub/f.wav")));
-  EXPECT_TRUE(FileHelp::RemoveDirectoryRecursive(dir.File("copy").c_str()));
-  EXPECT_FALSE(FileHelp::RemoveDirectoryRecursive(dir.File("copy").c_str()));
+  EXPECT_TRUE(FileHelp::RemoveDirectoryRecursive(dir.File("d").c_str()));
+  EXPECT_FALSE(FileHelp::RemoveDirectoryRecursive(dir.File("d").c_str()));
 }
 
 }  // namespace

@@ -51,6 +51,9 @@ TEST(PathOperations, QueriesOnFilesDirectoriesAndNothing) {
   EXPECT_EQ(1000000000, file.GetLastWriteTime());
 
   ASSERT_EQ(0, symlink(file.GetText().c_str(), dir.File("link").c_str()));
+  // Relative forms go through the file system's view of both paths.
+  EXPECT_EQ("f.bin", file.GetPathRelative(zu::Path(dir.Path() + "/x/..")));
+  EXPECT_EQ("../f.bin", zu::Path(file).MakePathRelative(zu::Path(dir.File("sub"))).GetFullPath());
   EXPECT_TRUE(file.IsEquivalent(zu::Path(dir.File("link"))) &&
               file.IsEquivalent(zu::Path(dir.Path() + "/./f.bin")));
   EXPECT_FALSE(file.IsEquivalent(folder) || file.IsEquivalent(none));
@@ -162,19 +165,6 @@ TEST(PathOperations, MoveAndCopy) {
   EXPECT_FALSE(zu::Path().FsPathCopy(renamed, at("existing"), &bad));
   EXPECT_EQ(expected, good.calls);
   EXPECT_EQ(expected, bad.calls);
-}
-
-TEST(PathOperations, CurrentDirectory) {
-  qotest::TempDir dir;
-  const zu::Path before = zu::Path::GetCurrent();
-  ASSERT_FALSE(before.IsEmpty());
-  zu::Path::SetCurrent(zu::Path(dir.Path()));
-  EXPECT_TRUE(zu::Path::GetCurrent().IsEquivalent(zu::Path(dir.Path())));
-  ASSERT_TRUE(qotest::WriteFileBytes("relative", "r") && zu::Path(dir.File("relative")).Exists());
-  EXPECT_THROW(zu::Path::SetCurrent(zu::Path(dir.File("none"))),
-               boost::filesystem::filesystem_error);
-  zu::Path::SetCurrent(before);
-  EXPECT_EQ(before, zu::Path::GetCurrent());
 }
 
 }  // namespace
