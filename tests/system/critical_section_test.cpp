@@ -26,8 +26,7 @@ TEST(CriticalSection, HolderMayReenterOthersWait) {
   EXPECT_FALSE(TryFromOtherThread(section));  // still held once
   section.Unlock();
   EXPECT_TRUE(TryFromOtherThread(section));
-  // Nested holds in four threads at once never lose an increment.
-
+  // Nested holds in three threads at once never lose an increment.
   long counter = 0;
   const auto count = [&] {
     for (int i = 0; i < 20000; ++i) {
