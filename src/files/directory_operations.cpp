@@ -88,8 +88,6 @@ bool EnsureDirectoryExists(const CStdStr& dir) {
   if (dir.empty()) return false;
   Path path(dir);
   path.RemoveTrailingSeparator();
-  // "/" loses its only character; the root itself is meant.
-  if (path.IsEmpty()) path.SetFullPath(dir);
   return path.CreateDirectories();
 }
 

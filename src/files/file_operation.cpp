@@ -125,12 +125,14 @@ unsigned int FileOperation::TouchTempFileName(const Path& dir, const CStdStr& ex
 }
 
 unsigned int FileOperation::TouchTempFileNameFrom(const Path& dir, const CStdStr& extension,
-                                                  unsigned int startNumber, Path& created) {
+                                                  unsigned int startNumber, Path& created,
+                                                  unsigned int attempts) {
   if (!dir.IsDirectory()) return 0;
   CriticalSectionLock hold(s_tempNameLock);
   unsigned int number = startNumber & 0xFFFF;
-  // One full cycle of the 65535 names, then give up.
-  for (unsigned int tried = 0; tried < k_tempNameCount; ++tried) {
+  // At most one full cycle of the 65535 names, then give up.
+  if (attempts > k_tempNameCount) attempts = k_tempNameCount;
+  for (unsigned int tried = 0; tried < attempts; ++tried) {
     number = (number + 1) & 0xFFFF;
     if (number == 0) number = 1;
     char name[8];

@@ -181,11 +181,7 @@ Path& Path::MakeLegal() {
     if (std::strchr(s_invalidFileNameChar, ch) != nullptr && ch != '\0') ch = '_';
   }
   if (!name.empty() && name.back() == '.') name.pop_back();
-  const CStdStr parent = GetParent();
-  // Nothing left of the name and no parent: joining would give the root, which is not what
-  // the caller's name meant.
-  if (parent.empty() && name.empty()) return Clear();
-  *this = Join({parent, name});
+  *this = Join({GetParent(), name});
   return *this;
 }
 

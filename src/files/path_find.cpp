@@ -3,16 +3,6 @@
 #include <cstring>
 
 namespace zu {
-namespace {
-
-// "x/." and "x/.." name a directory already known by another name.
-bool EndsInDotComponent(const char* text) {
-  const char* slash = std::strrchr(text, '/');
-  const char* name = slash ? slash + 1 : text;
-  return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
-}
-
-}  // namespace
 
 PathFind::PathFind(const CStdStr& pattern, bool includeHidden)
     : m_includeHidden(includeHidden), m_more(false), m_hasNext(false), m_position(0) {
@@ -43,7 +33,7 @@ void PathFind::CacheNext() {
       break;
     }
     const char* match = m_matches.gl_pathv[m_position++];
-    if (!match || EndsInDotComponent(match)) continue;
+    if (!match) continue;
     Path candidate(match);
     candidate.Canonicalize();
     const std::string& text = candidate.GetText();

@@ -36,9 +36,11 @@ class FileOperation {
   // names are taken.
   static unsigned int TouchTempFileName(const Path& dir, Path& created);
   static unsigned int TouchTempFileName(const Path& dir, const CStdStr& extension, Path& created);
-  // The same search starting after `startNumber` (1..65535; 65535 is followed by 1).
+  // The same search starting after `startNumber` (1..65535; 65535 is followed by 1), giving up
+  // with 0 after `attempts` names (at most, and by default, one full cycle of 65535).
   static unsigned int TouchTempFileNameFrom(const Path& dir, const CStdStr& extension,
-                                            unsigned int startNumber, Path& created);
+                                            unsigned int startNumber, Path& created,
+                                            unsigned int attempts = 0xFFFF);
 
   // A directory: a file can be created in it. Anything else: it can be opened for appending
   // (a file created by the test is removed again).
