@@ -125,7 +125,6 @@ TEST(WavFileReader, LoopMarkersAndLabels) {
     EXPECT_EQ(2000u, r.reader.GetLoopEndFrame());
     EXPECT_DOUBLE_EQ(1.0, r.reader.GetLoopStart());
     EXPECT_DOUBLE_EQ(2.0, r.reader.GetLoopEnd());
-    EXPECT_DOUBLE_EQ(2.0, r.reader.GetDuration());
     EXPECT_EQ(std::string("7@70:abc 2@50:ab\0\0", 18), qotest::Markers(r.reader.GetMarkers()));
     EXPECT_EQ(70u, r.reader.GetWavMarker(7).position);
     EXPECT_EQ(99u, r.reader.GetWavMarker(99).ID);  // unknown IDs are appended

@@ -3,6 +3,7 @@
 #include <qobase/streams/plugin_mem_alloc.h>
 #include <qobase/streams/simple_stream.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -41,25 +42,22 @@ TEST(WriteBytesMem, GrowsInStepsOf1024AndDetaches) {
   EXPECT_EQ(1024, written);
   EXPECT_EQ(2048, sink.Capacity());
   EXPECT_EQ(1025, sink.Count());
-  EXPECT_EQ('a', sink.Bytes()[0]);
-  EXPECT_EQ('b', sink.Bytes()[1024]);
+  EXPECT_EQ("ab", std::string(reinterpret_cast<char*>(sink.Bytes()), 2));
+  // The count stays within the block, so a write after a wild SetCount lands inside it.
+  for (int count : {-5, 5000}) {
+    sink.SetCount(count);
+    EXPECT_EQ(count < 0 ? 0 : std::min(count, 2048), sink.Count());
+  }
   sink.Clear();
   EXPECT_EQ(0, sink.Count());
   EXPECT_EQ(2048, sink.Capacity());
-  // The count stays within the block, so a write after a wild SetCount lands inside it.
-  sink.SetCount(-5);
-  EXPECT_EQ(0, sink.Count());
-  sink.SetCount(5000);
-  EXPECT_EQ(2048, sink.Count());
-  sink.SetCount(0);
   EXPECT_TRUE(sink.WriteBytes("xyz", 3, written));
   unsigned char* detached = sink.Detach();
   ASSERT_NE(nullptr, detached);
   EXPECT_EQ("xyz", std::string(reinterpret_cast<char*>(detached), 3));
   std::free(detached);
-  EXPECT_EQ(0, sink.Count());
+  EXPECT_EQ(0, sink.Count() + sink.Capacity());
   EXPECT_EQ(nullptr, sink.Bytes());
-  EXPECT_EQ(0, sink.Capacity());
   QO::IWriteBuffer& buffer = sink;  // a new block after the detach, through the interface
   EXPECT_TRUE(buffer.WriteBytes("q", 1, written));
   EXPECT_EQ('q', buffer.Bytes()[0]);

@@ -29,7 +29,6 @@ class ByteBuilder {
   ByteBuilder& ChunkWithSize(const std::string& id, uint32_t size, const std::string& body);
 
   const std::string& Bytes() const { return m_bytes; }
-  bool BigEndian() const { return m_bigEndian; }
 
  private:
   bool m_bigEndian;
