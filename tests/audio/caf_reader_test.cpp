@@ -78,7 +78,10 @@ class CountingReader : public QoCAFReader {
  public:
   explicit CountingReader(QO::IQoPluginMemAlloc* allocator) : QoCAFReader(allocator) {}
   unsigned int OnUnknownChunk(void* body, long long size) override {
-    seen.emplace_back(static_cast<const char*>(body), static_cast<size_t>(size));
+    // A size beyond the bytes read is recorded, not followed.
+    seen.push_back(size > 64
+                       ? "size " + std::to_string(size)
+                       : std::string(static_cast<const char*>(body), static_cast<size_t>(size)));
     return seen.size() >= stopAfter ? 31 : 1;
   }
   std::vector<std::string> seen;
@@ -146,6 +149,10 @@ TEST(CafReader, WalkResults) {
       Walk<CountingReader>(Caf(Chunk("free", "12345") + desc + Chunk("info", "") + Data("")));
   EXPECT_EQ(1u, counting->result);
   EXPECT_EQ((std::vector<std::string>{"12345", ""}), counting->reader.seen);
+  // Only the low 32 bits of a body size are read, and only the bytes read are handed on.
+  const std::string big = Chunk("free", "12345", 0x100000005LL);
+  EXPECT_EQ((std::vector<std::string>{"12345"}),
+            Walk<CountingReader>(Caf(big + desc + Data("")))->reader.seen);
   CountingReader::stopAfter = 1;
   EXPECT_EQ(31u, Walk<CountingReader>(Caf(Chunk("free", "12345") + desc + Data("")))->result);
   CountingReader::stopAfter = 100;
