@@ -160,7 +160,8 @@ unsigned int QoCAFReader::ReadChunkBody() {
     case k_cafUuid:
       return ReadMatrix(body, size);
     default:
-      return OnUnknownChunk(data, static_cast<long long>(m_chunkSize));
+      // The bytes read, not the size claimed: a 64-bit size is read only in its low 32 bits.
+      return OnUnknownChunk(data, static_cast<long long>(size));
   }
 }
 

@@ -8,13 +8,13 @@
 #pragma GCC optimize("O3")
 #endif
 
-// On x86-64 each public loop is also built for AVX2 and chosen when the library is loaded;
-// the loops are the same source, only wider.
+// On x86-64 each public loop is also built for AVX2 and that build is taken when the processor
+// has it (and it has not been switched off); the loops are the same source, only wider.
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && defined(__OPTIMIZE__)
-#define QOBASE_CONVERSION_CLONES __attribute__((target_clones("avx2", "default")))
+#define QOBASE_CONVERSION_AVX2 1
 #define QOBASE_INLINE_LOOP inline __attribute__((always_inline))
 #else
-#define QOBASE_CONVERSION_CLONES
+#define QOBASE_CONVERSION_AVX2 0
 #define QOBASE_INLINE_LOOP inline
 #endif
 
@@ -130,78 +130,68 @@ QOBASE_INLINE_LOOP void SwapWords16(const void* __restrict in, unsigned char* __
   }
 }
 
+#if QOBASE_CONVERSION_AVX2
+#define QOBASE_AVX2_TARGET __attribute__((target("avx2")))
+bool DetectAvx2() {
+  __builtin_cpu_init();  // may run before the library's other constructors
+  return __builtin_cpu_supports("avx2");
+}
+const bool s_hasAvx2 = DetectAvx2();
+#else
+#define QOBASE_AVX2_TARGET
+const bool s_hasAvx2 = false;
+#endif
+bool s_avx2Allowed = true;
+
+inline bool UseAvx2() { return s_hasAvx2 && s_avx2Allowed; }
+
 }  // namespace
 
-QOBASE_CONVERSION_CLONES void Int16ToFloat(const unsigned char* in, float* out, size_t count,
-                                           bool byteSwap) {
-  if (byteSwap) {
-    Int16ToFloatLoop<true>(in, out, count);
-  } else {
-    Int16ToFloatLoop<false>(in, out, count);
-  }
-}
+void SetConversionSimdAllowed(bool allowed) { s_avx2Allowed = allowed; }
+bool ConversionSimdAvailable() { return UseAvx2(); }
 
-QOBASE_CONVERSION_CLONES void Int24ToFloat(const unsigned char* in, float* out, size_t count,
-                                           bool bigEndian) {
-  if (bigEndian) {
-    Int24ToFloatLoop<true>(in, out, count);
-  } else {
-    Int24ToFloatLoop<false>(in, out, count);
+// Defines a public conversion: its body is built once plainly and once for AVX2, and the choice
+// between the two is made once per call, never per sample.
+#define QOBASE_DEFINE_CONVERSION(Name, InType, OutType, Flag, ...)        \
+  namespace {                                                             \
+  void Name##Default(InType in, OutType out, size_t count,                \
+                     bool Flag){__VA_ARGS__} QOBASE_AVX2_TARGET void Name \
+      ##Avx2(InType in, OutType out, size_t count, bool Flag) {           \
+    __VA_ARGS__                                                           \
+  }                                                                       \
+  }                                                                       \
+  void Name(InType in, OutType out, size_t count, bool Flag) {            \
+    if (UseAvx2()) {                                                      \
+      Name##Avx2(in, out, count, Flag);                                   \
+    } else {                                                              \
+      Name##Default(in, out, count, Flag);                                \
+    }                                                                     \
   }
-}
 
-QOBASE_CONVERSION_CLONES void Int32ToFloat(const unsigned char* in, float* out, size_t count,
-                                           bool byteSwap) {
-  if (byteSwap) {
-    Int32ToFloatLoop<true>(in, out, count);
-  } else {
-    Int32ToFloatLoop<false>(in, out, count);
-  }
-}
-
-QOBASE_CONVERSION_CLONES void Float32ToFloat(const unsigned char* in, float* out, size_t count,
-                                             bool byteSwap) {
-  if (byteSwap) {
-    SwapWords32(in, reinterpret_cast<unsigned char*>(out), count);
-  } else {
-    std::memcpy(out, in, count * 4);
-  }
-}
-
-QOBASE_CONVERSION_CLONES void FloatToInt16(const float* in, unsigned char* out, size_t count,
-                                           bool bigEndian) {
-  if (bigEndian) {
-    FloatToInt16Loop<true>(in, out, count);
-  } else {
-    FloatToInt16Loop<false>(in, out, count);
-  }
-}
-
-QOBASE_CONVERSION_CLONES void FloatToInt24(const float* in, unsigned char* out, size_t count,
-                                           bool bigEndian) {
-  if (bigEndian) {
-    FloatToInt24Loop<true>(in, out, count);
-  } else {
-    FloatToInt24Loop<false>(in, out, count);
-  }
-}
-
-QOBASE_CONVERSION_CLONES void FloatToFloat32(const float* in, unsigned char* out, size_t count,
-                                             bool bigEndian) {
-  if (bigEndian) {
-    SwapWords32(in, out, count);
-  } else {
-    std::memcpy(out, in, count * 4);
-  }
-}
-
-QOBASE_CONVERSION_CLONES void CopyInt16(const void* in, unsigned char* out, size_t count,
-                                        bool byteSwap) {
-  if (byteSwap) {
-    SwapWords16(in, out, count);
-  } else {
-    std::memcpy(out, in, count * 2);
-  }
-}
+QOBASE_DEFINE_CONVERSION(Int16ToFloat, const unsigned char*, float*, byteSwap,
+                         if (byteSwap) Int16ToFloatLoop<true>(in, out, count);
+                         else Int16ToFloatLoop<false>(in, out, count);)
+QOBASE_DEFINE_CONVERSION(Int24ToFloat, const unsigned char*, float*, bigEndian,
+                         if (bigEndian) Int24ToFloatLoop<true>(in, out, count);
+                         else Int24ToFloatLoop<false>(in, out, count);)
+QOBASE_DEFINE_CONVERSION(Int32ToFloat, const unsigned char*, float*, byteSwap,
+                         if (byteSwap) Int32ToFloatLoop<true>(in, out, count);
+                         else Int32ToFloatLoop<false>(in, out, count);)
+QOBASE_DEFINE_CONVERSION(Float32ToFloat, const unsigned char*, float*, byteSwap,
+                         if (byteSwap)
+                             SwapWords32(in, reinterpret_cast<unsigned char*>(out), count);
+                         else std::memcpy(out, in, count * 4);)
+QOBASE_DEFINE_CONVERSION(FloatToInt16, const float*, unsigned char*, bigEndian,
+                         if (bigEndian) FloatToInt16Loop<true>(in, out, count);
+                         else FloatToInt16Loop<false>(in, out, count);)
+QOBASE_DEFINE_CONVERSION(FloatToInt24, const float*, unsigned char*, bigEndian,
+                         if (bigEndian) FloatToInt24Loop<true>(in, out, count);
+                         else FloatToInt24Loop<false>(in, out, count);)
+QOBASE_DEFINE_CONVERSION(FloatToFloat32, const float*, unsigned char*, bigEndian,
+                         if (bigEndian) SwapWords32(in, out, count);
+                         else std::memcpy(out, in, count * 4);)
+QOBASE_DEFINE_CONVERSION(CopyInt16, const void*, unsigned char*, byteSwap,
+                         if (byteSwap) SwapWords16(in, out, count);
+                         else std::memcpy(out, in, count * 2);)
 
 }  // namespace qobase_audio

@@ -20,6 +20,12 @@ inline uint32_t Load32(const unsigned char* p) {
   return v;
 }
 
+// True when the loops below run their AVX2 build (the processor has it and it is allowed).
+bool ConversionSimdAvailable();
+// Switches the AVX2 builds off (or back on where the processor has them), so the plain loops can
+// be exercised on any machine. Not thread-safe: meant for test set-up.
+void SetConversionSimdAllowed(bool allowed);
+
 // Signed 16-bit samples to float, scaled by 2^-15.
 void Int16ToFloat(const unsigned char* in, float* out, size_t count, bool byteSwap);
 // Signed 24-bit samples (3 bytes each, little- or big-endian) to float, scaled by 2^-23.

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/temp_dir.h"
@@ -17,11 +18,8 @@ const std::string k_matrixUuid("\x1A\xD3\x18\xC3\x00\xE5\x55\x76\xBE\x2D\x0D\xCA
                                16);
 
 std::string Chunk(const std::string& type, const std::string& body, int64_t size = -2) {
-  ByteBuilder b(true);
-  b.Raw(type)
-      .U64(static_cast<uint64_t>(size == -2 ? static_cast<int64_t>(body.size()) : size))
-      .Raw(body);
-  return b.Bytes();
+  if (size == -2) size = static_cast<int64_t>(body.size());
+  return ByteBuilder(true).Raw(type).U64(static_cast<uint64_t>(size)).Raw(body).Bytes();
 }
 
 std::string Desc(double rate, uint32_t flags, uint32_t bytesPerPacket, uint32_t channels,
@@ -37,9 +35,7 @@ std::string Data(const std::string& samples, int64_t size = -2) {
 }
 
 std::string Caf(const std::string& chunks, uint16_t version = 1) {
-  ByteBuilder b(true);
-  b.Raw("caff").U16(version).U16(0).Raw(chunks);
-  return b.Bytes();
+  return ByteBuilder(true).Raw("caff").U16(version).U16(0).Raw(chunks).Bytes();
 }
 
 std::string Matrix(uint32_t outputs, uint32_t inputs, const std::vector<float>& coefficients) {
@@ -49,208 +45,168 @@ std::string Matrix(uint32_t outputs, uint32_t inputs, const std::vector<float>& 
   return Chunk("uuid", b.Bytes());
 }
 
-// Runs the chunk walker over bytes written to a file; the streams live as long as the test.
-class Walker {
- public:
-  unsigned int operator()(const std::string& bytes, QoCAFReader& reader) {
-    const std::string path = m_dir.File("w" + std::to_string(m_streams.size()) + ".caf");
-    qotest::WriteFileBytes(path, bytes);
-    m_streams.emplace_back(new QoSimpleStreamStdio);
-    EXPECT_TRUE(m_streams.back()->Open(path));
-    EXPECT_EQ(1u, reader.Init(m_streams.back().get()));
-    return reader.ReadChunks();
-  }
-
- private:
-  qotest::TempDir m_dir;
-  std::vector<std::unique_ptr<QoSimpleStreamStdio>> m_streams;
+// A chunk walk over bytes written to a file: its result, and the reader and stream that made it.
+template <typename Reader = QoCAFReader>
+struct Walked {
+  QoSimpleStreamStdio stream;
+  Reader reader{&zuFXMemAlloc::m_instance};
+  unsigned int result = 0;
 };
+
+template <typename Reader = QoCAFReader>
+std::unique_ptr<Walked<Reader>> Walk(const std::string& bytes) {
+  qotest::TempDir dir;
+  qotest::WriteFileBytes(dir.File("w.caf"), bytes);
+  std::unique_ptr<Walked<Reader>> walked(new Walked<Reader>);
+  EXPECT_TRUE(walked->stream.Open(dir.File("w.caf")));  // open files outlive their directory
+  EXPECT_EQ(1u, walked->reader.Init(&walked->stream));
+  walked->result = walked->reader.ReadChunks();
+  return walked;
+}
+
+// A file reader over bytes written to a file, chunks read.
+std::unique_ptr<QoCAFFileReader> OpenCaf(const std::string& bytes) {
+  qotest::TempDir dir;
+  qotest::WriteFileBytes(dir.File("f.caf"), bytes);
+  std::unique_ptr<QoCAFFileReader> reader(new QoCAFFileReader);
+  EXPECT_TRUE(reader->Open(dir.File("f.caf").c_str()));
+  EXPECT_TRUE(reader->ReadChunks(0));
+  return reader;
+}
 
 class CountingReader : public QoCAFReader {
  public:
-  CountingReader() : QoCAFReader(&zuFXMemAlloc::m_instance) {}
+  explicit CountingReader(QO::IQoPluginMemAlloc* allocator) : QoCAFReader(allocator) {}
   unsigned int OnUnknownChunk(void* body, long long size) override {
-    seen.emplace_back(static_cast<const char*>(body), static_cast<size_t>(size));
+    // A size beyond the bytes read is recorded, not followed.
+    seen.push_back(size > 64
+                       ? "size " + std::to_string(size)
+                       : std::string(static_cast<const char*>(body), static_cast<size_t>(size)));
     return seen.size() >= stopAfter ? 31 : 1;
   }
   std::vector<std::string> seen;
-  size_t stopAfter = 100;
+  static size_t stopAfter;
 };
 
+size_t CountingReader::stopAfter = 100;
+
 TEST(CafReader, StereoLittleEndianIntegers) {
-  qotest::TempDir dir;
   ByteBuilder samples(false);
   samples.U16(0x4000).U16(0xC000).U16(1).U16(0xFFFF);
-  const std::string bytes =
-      Caf(Desc(44100.9, 0x2, 4, 2, 16) + Chunk("free", "xyz") + Data(samples.Bytes()));
-  qotest::WriteFileBytes(dir.File("a.caf"), bytes);
-  QoCAFFileReader reader;
-  ASSERT_TRUE(reader.Open(dir.File("a.caf").c_str()));
-  ASSERT_TRUE(reader.ReadChunks(0));
-  const WaveFormatExtensible* f = reader.GetFormat();
-  EXPECT_EQ(0, f->wFormatTag);
-  EXPECT_EQ(2, f->nChannels);
-  EXPECT_EQ(44100u, f->nSamplesPerSec);
-  EXPECT_EQ(4, f->nBlockAlign);
-  EXPECT_EQ(16, f->wBitsPerSample);
-  EXPECT_EQ(176400u, f->nAvgBytesPerSec);
-  EXPECT_EQ(0x3102u, f->channelConfig);
-  EXPECT_EQ(0x3u, reader.ChunksRead());
-  EXPECT_EQ(8u, reader.GetDataSize());
-  EXPECT_EQ(2u, reader.GetNumFrames());
-  EXPECT_DOUBLE_EQ(2.0 / 44100, reader.GetDuration());
-  EXPECT_TRUE(reader.GetMarkers().empty());
-  EXPECT_EQ(0u, reader.GetLoopEndFrame());
+  std::unique_ptr<QoCAFFileReader> reader =
+      OpenCaf(Caf(Desc(44100.9, 0x2, 4, 2, 16) + Chunk("free", "xyz") + Data(samples.Bytes())));
+  EXPECT_EQ("0 2 44100 176400 4 16 0 0 3102", qotest::Fields(*reader->GetFormat()));
+  EXPECT_EQ(0x3u, reader->ChunksRead());
+  EXPECT_EQ(8u, reader->GetDataSize());
+  EXPECT_EQ(2u, reader->GetNumFrames());
+  EXPECT_DOUBLE_EQ(2.0 / 44100, reader->GetDuration());
   float out[4] = {9, 9, 9, 9};
-  ASSERT_EQ(2u, reader.ReadPCMDataAsFloat32(2, out));  // the walk leaves the stream at frame 0
-  EXPECT_EQ(0.5f, out[0]);
-  EXPECT_EQ(-0.5f, out[1]);
-  EXPECT_EQ(1.0f / 32768, out[2]);
-  EXPECT_EQ(-1.0f / 32768, out[3]);
-  reader.SeekToAudioFrame(1);
-  ASSERT_EQ(1u, reader.ReadPCMDataAsFloat32(5, out));
+  ASSERT_EQ(2u, reader->ReadPCMDataAsFloat32(2, out));  // the walk leaves the stream at frame 0
+  const float values[4] = {0.5f, -0.5f, 1.0f / 32768, -1.0f / 32768};
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(values[i], out[i]) << i;
+  reader->SeekToAudioFrame(1);
+  ASSERT_EQ(1u, reader->ReadPCMDataAsFloat32(5, out));
   EXPECT_EQ(1.0f / 32768, out[0]);
-  EXPECT_EQ(0u, reader.ReadPCMDataAsFloat32(1, out));
+  EXPECT_EQ(0u, reader->ReadPCMDataAsFloat32(1, out));
 }
 
 TEST(CafReader, BigEndianAndFloatSamples) {
-  qotest::TempDir dir;
-  {
-    const std::string samples("\x7F\xFF\xFF\x80\x00\x00", 6);  // big-endian 24-bit
-    qotest::WriteFileBytes(dir.File("b.caf"), Caf(Desc(48000, 0, 3, 1, 24) + Data(samples)));
-    QoCAFFileReader reader;
-    ASSERT_TRUE(reader.Open(dir.File("b.caf").c_str()));
-    ASSERT_TRUE(reader.ReadChunks(0));
-    EXPECT_EQ(0x4101u, reader.GetFormat()->channelConfig);
-    float out[2];
-    ASSERT_EQ(2u, reader.ReadPCMDataAsFloat32(2, out));
-    EXPECT_EQ(8388607.0f / 8388608, out[0]);
-    EXPECT_EQ(-1.0f, out[1]);
-  }
-  {
-    ByteBuilder samples(false);
-    samples.F32(0.75f).F32(-3.0f);
-    qotest::WriteFileBytes(dir.File("c.caf"),
-                           Caf(Desc(48000, 0x3, 8, 2, 32) + Data(samples.Bytes())));
-    QoCAFFileReader reader;
-    ASSERT_TRUE(reader.Open(dir.File("c.caf").c_str()));
-    ASSERT_TRUE(reader.ReadChunks(0));
-    float out[2];
-    ASSERT_EQ(1u, reader.ReadPCMDataAsFloat32(1, out));
-    EXPECT_EQ(0.75f, out[0]);
-    EXPECT_EQ(-3.0f, out[1]);
-  }
+  std::unique_ptr<QoCAFFileReader> i24 =
+      OpenCaf(Caf(Desc(48000, 0, 3, 1, 24) + Data(std::string("\x7F\xFF\xFF\x80\x00\x00", 6))));
+  EXPECT_EQ(0x4101u, i24->GetFormat()->channelConfig);
+  float out[2];
+  ASSERT_EQ(2u, i24->ReadPCMDataAsFloat32(2, out));
+  EXPECT_EQ(8388607.0f / 8388608, out[0]);
+  EXPECT_EQ(-1.0f, out[1]);
+  std::unique_ptr<QoCAFFileReader> f32 =
+      OpenCaf(Caf(Desc(48000, 0x3, 8, 2, 32) + Data(ByteBuilder().F32(0.75f).F32(-3.0f).Bytes())));
+  ASSERT_EQ(1u, f32->ReadPCMDataAsFloat32(1, out));
+  EXPECT_EQ(0.75f, out[0]);
+  EXPECT_EQ(-3.0f, out[1]);
 }
 
 TEST(CafReader, WalkResults) {
-  Walker Walk;
   const std::string desc = Desc(48000, 0x2, 4, 2, 16);
-  {
-    QoCAFReader r(&zuFXMemAlloc::m_instance);
-    EXPECT_EQ(2u, Walk(Caf(desc + Data("abcd"), 2), r));  // version 2
-  }
-  {
-    QoCAFReader r(&zuFXMemAlloc::m_instance);
-    EXPECT_EQ(2u, Walk(Caf(Desc(48000, 0, 4, 2, 16, "aac ") + Data("abcd")), r));
-  }
-  {
-    QoCAFReader r(&zuFXMemAlloc::m_instance);
-    EXPECT_EQ(2u, Walk(Caf(desc), r));  // ends before "data"
-    EXPECT_EQ(2u, Walk("caf", r));      // short file head
-  }
-  {
-    QoCAFReader r(&zuFXMemAlloc::m_instance);
-    EXPECT_EQ(1u, Walk(Caf(desc + Data("abcdefgh")), r));
-    EXPECT_EQ(1u, r.ReadChunks());  // again after success
-    EXPECT_EQ(8u + 12u + 32u + 12u + 4u, r.GetDataOffset());
-    EXPECT_EQ(8u, r.GetDataSize());
-    EXPECT_FALSE(r.IsByteSwapped());
-    EXPECT_EQ(16u, r.GetBitsPerSample());
-    EXPECT_EQ(4u, r.GetBytesPerFrame());
-    EXPECT_EQ(0u, r.GetSampleType());
-  }
-  {
-    // A data chunk of size -1 runs to the end of the file.
-    QoCAFReader r(&zuFXMemAlloc::m_instance);
-    EXPECT_EQ(1u, Walk(Caf(desc + Data("abcdefghijkl", -1)), r));
-    EXPECT_EQ(12u, r.GetDataSize());
-  }
-  {
-    // Unknown chunks go to OnUnknownChunk; its result other than 1 stops the walk.
-    CountingReader r;
-    EXPECT_EQ(1u, Walk(Caf(Chunk("free", "12345") + desc + Chunk("info", "") + Data("")), r));
-    ASSERT_EQ(2u, r.seen.size());
-    EXPECT_EQ("12345", r.seen[0]);
-    CountingReader stopping;
-    stopping.stopAfter = 1;
-    EXPECT_EQ(31u, Walk(Caf(Chunk("free", "12345") + desc + Data("")), stopping));
-  }
-  {
-    // A chunk claiming more than the file holds, or a description too short to hold its fields.
-    QoCAFReader a(&zuFXMemAlloc::m_instance);
-    EXPECT_EQ(2u, Walk(Caf(Chunk("free", "abc", 0x7FFFFFFFFFFFFFFFLL) + desc + Data("")), a));
-    QoCAFReader b(&zuFXMemAlloc::m_instance);
-    EXPECT_EQ(2u, Walk(Caf(Chunk("desc", std::string(20, '\0')) + Data("")), b));
-    QoCAFReader c(&zuFXMemAlloc::m_instance);
-    EXPECT_EQ(2u, Walk(Caf(Desc(-1.0, 0x2, 4, 2, 16) + Data("")), c));
-  }
+  EXPECT_EQ(2u, Walk(Caf(desc + Data("abcd"), 2))->result);  // version 2
+  EXPECT_EQ(2u, Walk(Caf(Desc(48000, 0, 4, 2, 16, "aac ") + Data("abcd")))->result);
+  EXPECT_EQ(2u, Walk(Caf(desc))->result);  // ends before "data"
+  EXPECT_EQ(2u, Walk("caf")->result);      // short file head
+  auto ok = Walk(Caf(desc + Data("abcdefgh")));
+  QoCAFReader& r = ok->reader;
+  EXPECT_EQ(1u, ok->result);
+  EXPECT_EQ(1u, r.ReadChunks());  // again after success
+  EXPECT_EQ(8u + 12u + 32u + 12u + 4u, r.GetDataOffset());
+  EXPECT_EQ(8u, r.GetDataSize());
+  EXPECT_FALSE(r.IsByteSwapped());
+  EXPECT_EQ(0u, r.GetSampleType());
+  // A data chunk of size -1 runs to the end of the file.
+  auto open = Walk(Caf(desc + Data("abcdefghijkl", -1)));
+  EXPECT_EQ(1u, open->result);
+  EXPECT_EQ(12u, open->reader.GetDataSize());
+
+  // Unknown chunks go to OnUnknownChunk; its result other than 1 stops the walk.
+  auto counting =
+      Walk<CountingReader>(Caf(Chunk("free", "12345") + desc + Chunk("info", "") + Data("")));
+  EXPECT_EQ(1u, counting->result);
+  EXPECT_EQ((std::vector<std::string>{"12345", ""}), counting->reader.seen);
+  // Only the low 32 bits of a body size are read, and only the bytes read are handed on.
+  const std::string big = Chunk("free", "12345", 0x100000005LL);
+  EXPECT_EQ((std::vector<std::string>{"12345"}),
+            Walk<CountingReader>(Caf(big + desc + Data("")))->reader.seen);
+  CountingReader::stopAfter = 1;
+  EXPECT_EQ(31u, Walk<CountingReader>(Caf(Chunk("free", "12345") + desc + Data("")))->result);
+  CountingReader::stopAfter = 100;
+
+  // A chunk claiming more than the file holds, a description too short to hold its fields, or
+  // one whose rate is no unsigned integer.
+  EXPECT_EQ(2u, Walk(Caf(Chunk("free", "abc", 0x7FFFFFFFFFFFFFFFLL) + desc + Data("")))->result);
+  EXPECT_EQ(2u, Walk(Caf(Chunk("desc", std::string(20, '\0')) + Data("")))->result);
+  EXPECT_EQ(2u, Walk(Caf(Desc(-1.0, 0x2, 4, 2, 16) + Data("")))->result);
 }
 
 TEST(CafReader, ChannelLayoutChunk) {
-  Walker Walk;
   const std::string desc = Desc(48000, 0x2, 4, 2, 16);
   auto chan = [](uint32_t bitmap) {
     return Chunk("chan", ByteBuilder(true).U32(0x10000).U32(bitmap).U32(0).Bytes());
   };
-  QoCAFReader a(&zuFXMemAlloc::m_instance);
-  EXPECT_EQ(1u, Walk(Caf(desc + chan(0x7) + Data("")), a));
-  EXPECT_EQ(0x3102u, a.GetChannelConfig());  // three speakers for two channels: ignored
-  QoCAFReader b(&zuFXMemAlloc::m_instance);
-  EXPECT_EQ(1u, Walk(Caf(desc + chan(0x600) + Data("")), b));
-  EXPECT_EQ(0x600102u, b.GetChannelConfig());
-  QoCAFReader c(&zuFXMemAlloc::m_instance);
-  EXPECT_EQ(1u, Walk(Caf(desc + chan(0xC1) + Data("")), c));  // 0x80 does not count
-  EXPECT_EQ(0x3102u, c.GetChannelConfig());
-  QoCAFReader d(&zuFXMemAlloc::m_instance);
-  EXPECT_EQ(1u, Walk(Caf(Desc(48000, 0x2, 18, 9, 16) + Data("")), d));
-  EXPECT_EQ(0x09u, d.GetChannelConfig());
+  // Three speakers for two channels: ignored; 0x80 does not count.
+  const std::pair<uint32_t, uint32_t> cases[] = {{0x7, 0x3102}, {0x600, 0x600102}, {0xC1, 0x3102}};
+  for (const auto& c : cases) {
+    auto walked = Walk(Caf(desc + chan(c.first) + Data("")));
+    EXPECT_EQ(1u, walked->result);
+    EXPECT_EQ(c.second, walked->reader.GetChannelConfig()) << c.first;
+  }
+  EXPECT_EQ(0x09u, Walk(Caf(Desc(48000, 0x2, 18, 9, 16) + Data("")))->reader.GetChannelConfig());
 }
 
 TEST(CafReader, ChannelMatrix) {
-  qotest::TempDir dir;
-  Walker Walk;
   const std::string desc = Desc(48000, 0x2, 4, 2, 16);
   // Coefficient k weighs input k / 4 on output k % 4.
   const std::vector<float> m = {1.0f, 0.5f, 0.0f, -1.0f, 0.25f, 0.5f, 2.0f, 1.0f};
   ByteBuilder samples(false);
   samples.U16(0x4000).U16(0x2000).U16(0xC000).U16(0);  // (0.5, 0.25), (-0.5, 0)
-  qotest::WriteFileBytes(dir.File("m.caf"), Caf(desc + Matrix(4, 2, m) + Data(samples.Bytes())));
-  {
-    QoCAFFileReader reader;
-    ASSERT_TRUE(reader.Open(dir.File("m.caf").c_str()));
-    ASSERT_TRUE(reader.ReadChunks(0));
-    EXPECT_EQ(0x204u, reader.GetFormat()->channelConfig);
-    EXPECT_EQ(4, reader.GetFormat()->nChannels);
-    EXPECT_EQ(2u, reader.GetNumFrames());
-    float out[9];
-    out[8] = 42;
-    ASSERT_EQ(2u, reader.ReadPCMDataAsFloat32(2, out));
-    const float expected[8] = {0.5f + 0.0625f, 0.25f + 0.125f, 0.5f, -0.5f + 0.25f,
-                               -0.5f,          -0.25f,         0.0f, 0.5f};
-    for (int i = 0; i < 8; ++i) EXPECT_FLOAT_EQ(expected[i], out[i]) << i;
-    EXPECT_EQ(42.0f, out[8]);
-  }
-  QoCAFReader second(&zuFXMemAlloc::m_instance);
-  EXPECT_EQ(7u, Walk(Caf(desc + Matrix(4, 2, m) + Matrix(4, 2, m) + Data("")), second));
-  QoCAFReader wrongInputs(&zuFXMemAlloc::m_instance);
-  EXPECT_EQ(7u,
-            Walk(Caf(desc + Matrix(2, 3, std::vector<float>(6, 1.0f)) + Data("")), wrongInputs));
-  QoCAFReader shortBody(&zuFXMemAlloc::m_instance);
-  EXPECT_EQ(7u, Walk(Caf(desc + Matrix(0x40000000, 2, {1.0f}) + Data("")), shortBody));
-  EXPECT_EQ(nullptr, shortBody.GetMatrix());
-  QoCAFReader otherUuid(&zuFXMemAlloc::m_instance);
-  EXPECT_EQ(1u, Walk(Caf(desc + Chunk("uuid", std::string(24, '\x01')) + Data("")), otherUuid));
-  EXPECT_EQ(0x3102u, otherUuid.GetChannelConfig());
+  std::unique_ptr<QoCAFFileReader> reader =
+      OpenCaf(Caf(desc + Matrix(4, 2, m) + Data(samples.Bytes())));
+  EXPECT_EQ(0x204u, reader->GetFormat()->channelConfig);
+  EXPECT_EQ(4, reader->GetFormat()->nChannels);
+  EXPECT_EQ(2u, reader->GetNumFrames());
+  float out[9];
+  out[8] = 42;
+  ASSERT_EQ(2u, reader->ReadPCMDataAsFloat32(2, out));
+  const float expected[8] = {0.5f + 0.0625f, 0.25f + 0.125f, 0.5f, -0.5f + 0.25f,
+                             -0.5f,          -0.25f,         0.0f, 0.5f};
+  for (int i = 0; i < 8; ++i) EXPECT_FLOAT_EQ(expected[i], out[i]) << i;
+  EXPECT_EQ(42.0f, out[8]);
+
+  // A second matrix, one for other inputs, or one whose coefficients do not fit the chunk: 7.
+  EXPECT_EQ(7u, Walk(Caf(desc + Matrix(4, 2, m) + Matrix(4, 2, m) + Data("")))->result);
+  EXPECT_EQ(7u, Walk(Caf(desc + Matrix(2, 3, std::vector<float>(6, 1.0f)) + Data("")))->result);
+  auto huge = Walk(Caf(desc + Matrix(0x40000000, 2, {1.0f}) + Data("")));
+  EXPECT_EQ(7u, huge->result);
+  EXPECT_EQ(nullptr, huge->reader.GetMatrix());
+  auto other = Walk(Caf(desc + Chunk("uuid", std::string(24, '\x01')) + Data("")));
+  EXPECT_EQ(1u, other->result);
+  EXPECT_EQ(0x3102u, other->reader.GetChannelConfig());  // another UUID is ignored
 }
 
 TEST(CafReader, MissingFileAndInconsistentDescription) {

@@ -21,57 +21,43 @@ WAVEFORMATEXTENSIBLE Record(
 
 std::string BytesOf(const void* p, size_t n) { return std::string(static_cast<const char*>(p), n); }
 
-TEST(WaveFormat, PlainFormatsTakeTheDefaultForTheChannelCount) {
-  EXPECT_EQ(0x3102u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(1, 2)));
-  EXPECT_EQ(0x09u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(1, 9)));
-  EXPECT_EQ(0x4101u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(3, 1)));
-  EXPECT_EQ(0x63F108u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(1, 8)));
-  EXPECT_EQ(0u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(1, 0)));
-  // 300 channels keep only the low 8 bits of the count.
-  EXPECT_EQ(300u & 0xFF, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(1, 300)));
-  const uint32_t defaults[9] = {0, 0x4, 0x3, 0xB, 0x603, 0x607, 0x60F, 0x637, 0x63F};
-  for (uint32_t n = 0; n <= 9; ++n)
-    EXPECT_EQ(n <= 8 ? defaults[n] : 0u, QO::GetDefaultChannelMask(n)) << n;
+uint32_t Config(uint16_t tag, uint16_t channels, uint32_t mask = 0,
+                const QO::SonvoAuthoringAPI::QoGuid& sub = QO::SonvoAuthoringAPI::QoGuidNull) {
+  return QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(tag, channels, mask, sub));
 }
 
-TEST(WaveFormat, ExtensibleMasksAreCheckedAndAdjusted) {
-  // One bit for two channels: the default.
-  EXPECT_EQ(0x3102u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 2, 0x1)));
-  // Front-left mono becomes centre.
-  EXPECT_EQ(0x4101u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 1, 0x1)));
-  // The quad rear pair moves to the sides.
-  EXPECT_EQ(0x603104u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 4, 0x33)));
-  // A usable mask is kept as it is.
-  EXPECT_EQ(0x60F106u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 6, 0x60F)));
-  // The front-of-centre bits do not count, so 0xC3 is two channels, and stay in the mask.
-  EXPECT_EQ(0xC3104u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 2, 0xC3)));
-  // Front left alone moves to the centre; the back pair stays when side left is present.
-  EXPECT_EQ(0x234104u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 4, 0x231)));
-  // The rear-pair move can drop a channel: back left, back right and side right become the sides.
-  EXPECT_EQ(0x600102u, QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 3, 0x430)));
-}
-
-TEST(WaveFormat, AmbisonicSubFormatWithoutMask) {
-  auto amb = [](uint16_t n) {
-    return QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, n, 0, s_ambisonic));
-  };
-  EXPECT_EQ(0x204u, amb(4));
-  EXPECT_EQ(0x209u, amb(9));
-  EXPECT_EQ(0x0Au, amb(10));
-  EXPECT_EQ(0x210u, amb(16));
-  EXPECT_EQ(0x0Eu, amb(14));
-  EXPECT_EQ(0x11u, amb(17));
-  EXPECT_EQ(0x200u, amb(0));
-  // Without the ambisonic GUID a zero mask gives the default.
-  EXPECT_EQ(0x3102u,
-            QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(Record(0xFFFE, 2, 0, ks_dataformat_pcm)));
+TEST(WaveFormat, ChannelConfigFromFormatRecords) {
+  // Plain tags: the default for the channel count; 300 channels keep the low 8 bits.
+  EXPECT_EQ(0x3102u, Config(1, 2));
+  EXPECT_EQ(0x09u, Config(1, 9));
+  EXPECT_EQ(0x4101u, Config(3, 1));
+  EXPECT_EQ(0x63F108u, Config(1, 8));
+  EXPECT_EQ(0u, Config(1, 0));
+  EXPECT_EQ(300u & 0xFF, Config(1, 300));
+  // Extensible masks: one bit for two channels gives the default; front-left mono becomes
+  // centre; the quad rear pair moves to the sides; a usable mask is kept.
+  EXPECT_EQ(0x3102u, Config(0xFFFE, 2, 0x1));
+  EXPECT_EQ(0x4101u, Config(0xFFFE, 1, 0x1));
+  EXPECT_EQ(0x603104u, Config(0xFFFE, 4, 0x33));
+  EXPECT_EQ(0x60F106u, Config(0xFFFE, 6, 0x60F));
+  // Front-of-centre bits do not count but stay; front left alone moves to the centre and the
+  // back pair stays beside side left; the rear-pair move can drop a channel.
+  EXPECT_EQ(0xC3104u, Config(0xFFFE, 2, 0xC3));
+  EXPECT_EQ(0x234104u, Config(0xFFFE, 4, 0x231));
+  EXPECT_EQ(0x600102u, Config(0xFFFE, 3, 0x430));
+  // No mask: the ambisonic sub-format by channel count; without it, the default.
+  const uint16_t counts[] = {4, 9, 10, 16, 14, 17, 0};
+  const uint32_t ambisonic[] = {0x204, 0x209, 0x0A, 0x210, 0x0E, 0x11, 0x200};
+  for (int i = 0; i < 7; ++i) EXPECT_EQ(ambisonic[i], Config(0xFFFE, counts[i], 0, s_ambisonic));
+  EXPECT_EQ(0x3102u, Config(0xFFFE, 2, 0, ks_dataformat_pcm));
+  const uint32_t defaults[10] = {0, 0x4, 0x3, 0xB, 0x603, 0x607, 0x60F, 0x637, 0x63F, 0};
+  for (uint32_t n = 0; n <= 9; ++n) EXPECT_EQ(defaults[n], QO::GetDefaultChannelMask(n)) << n;
 }
 
 TEST(WaveFormat, GuidConstantsHaveTheirByteLayout) {
-  EXPECT_EQ(std::string("\x01\x00\x00\x00\x00\x00\x10\x00\x80\x00\x00\xaa\x00\x38\x9b\x71", 16),
-            BytesOf(&ks_dataformat_pcm, 16));
-  EXPECT_EQ(std::string("\x03\x00\x00\x00\x00\x00\x10\x00\x80\x00\x00\xaa\x00\x38\x9b\x71", 16),
-            BytesOf(&ks_dataformat_ieee_float, 16));
+  const std::string tail("\x00\x00\x10\x00\x80\x00\x00\xaa\x00\x38\x9b\x71", 12);
+  EXPECT_EQ(std::string("\x01\x00\x00\x00", 4) + tail, BytesOf(&ks_dataformat_pcm, 16));
+  EXPECT_EQ(std::string("\x03\x00\x00\x00", 4) + tail, BytesOf(&ks_dataformat_ieee_float, 16));
   EXPECT_EQ(std::string("\x01\x00\x00\x00\x21\x07\xD3\x11\x86\x44\xC8\xC1\xCA\x00\x00\x00", 16),
             BytesOf(&s_ambisonic, 16));
 }

@@ -37,15 +37,9 @@ ByteBuilder& ByteBuilder::F64(double v) {
   return U64(bits);
 }
 
-ByteBuilder& ByteBuilder::Raw(const std::string& bytes) {
-  m_bytes += bytes;
-  return *this;
-}
+ByteBuilder& ByteBuilder::Raw(const std::string& bytes) { return m_bytes += bytes, *this; }
 
-ByteBuilder& ByteBuilder::Zeros(size_t count) {
-  m_bytes.append(count, '\0');
-  return *this;
-}
+ByteBuilder& ByteBuilder::Zeros(size_t count) { return m_bytes.append(count, '\0'), *this; }
 
 ByteBuilder& ByteBuilder::Chunk(const std::string& id, const std::string& body, bool pad) {
   Raw(id).U32(static_cast<uint32_t>(body.size())).Raw(body);
@@ -72,6 +66,40 @@ std::string FmtBody(bool bigEndian, uint16_t tag, uint16_t channels, uint32_t ra
   ByteBuilder b(bigEndian);
   b.U16(tag).U16(channels).U32(rate).U32(rate * blockAlign).U16(blockAlign).U16(bits);
   return b.Bytes();
+}
+
+WAVEFORMATEXTENSIBLE ExtensibleFormat(uint16_t channels, uint16_t bits, uint32_t rate,
+                                      uint16_t tag) {
+  WAVEFORMATEXTENSIBLE f;
+  std::memset(&f, 0, sizeof(f));
+  f.wFormatTag = tag;
+  f.nChannels = channels;
+  f.nSamplesPerSec = rate;
+  f.nBlockAlign = static_cast<uint16_t>(channels * bits / 8);
+  f.nAvgBytesPerSec = rate * f.nBlockAlign;
+  f.wBitsPerSample = bits;
+  f.cbSize = 22;
+  f.wValidBitsPerSample = bits;
+  f.dwChannelMask = QO::GetDefaultChannelMask(channels);
+  f.SubFormat = bits == 32 ? ks_dataformat_ieee_float : ks_dataformat_pcm;
+  return f;
+}
+
+std::string Fields(const WaveFormatExtensible& f) {
+  char text[128];
+  std::snprintf(text, sizeof(text), "%X %u %u %u %u %u %u %X %X", f.wFormatTag, f.nChannels,
+                f.nSamplesPerSec, f.nAvgBytesPerSec, f.nBlockAlign, f.wBitsPerSample, f.cbSize,
+                f.wReserved, f.channelConfig);
+  return text;
+}
+
+std::string Markers(const std::vector<QO_WAVE_MARKER>& markers) {
+  std::string text;
+  for (const QO_WAVE_MARKER& m : markers) {
+    text += (text.empty() ? "" : " ") + std::to_string(m.ID) + "@" + std::to_string(m.position) +
+            ":" + (m.label ? std::string(m.label, m.labelSize) : std::string(m.labelSize, '?'));
+  }
+  return text;
 }
 
 std::string Hex(const std::string& bytes) {

@@ -2,6 +2,8 @@
 // describe exactly the bytes a reader sees, including broken ones.
 #pragma once
 
+#include <qobase/audio/wave_format.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -27,7 +29,6 @@ class ByteBuilder {
   ByteBuilder& ChunkWithSize(const std::string& id, uint32_t size, const std::string& body);
 
   const std::string& Bytes() const { return m_bytes; }
-  bool BigEndian() const { return m_bigEndian; }
 
  private:
   bool m_bigEndian;
@@ -41,6 +42,17 @@ std::string WaveFile(bool bigEndian, const std::string& chunks, int64_t riffSize
 // computed).
 std::string FmtBody(bool bigEndian, uint16_t tag, uint16_t channels, uint32_t rate, uint16_t bits,
                     uint16_t blockAlign = 0);
+
+// A 44-byte format record: the default channel mask, PCM sub-format (IEEE float for 32 bits).
+WAVEFORMATEXTENSIBLE ExtensibleFormat(uint16_t channels, uint16_t bits, uint32_t rate = 44100,
+                                      uint16_t tag = 0xFFFE);
+
+// The fields of a compact format as "tag channels rate avg align bits cbSize reserved config"
+// (tag, reserved and config in hex), for exact one-line comparisons.
+std::string Fields(const WaveFormatExtensible& format);
+
+// Markers as "ID@position:label ..." (the label's labelSize bytes), for exact comparisons.
+std::string Markers(const std::vector<QO_WAVE_MARKER>& markers);
 
 // Bytes as "46 46 49 52 ..." for readable assertion failures.
 std::string Hex(const std::string& bytes);

@@ -29,8 +29,9 @@ class QoCAFReader {
   // allocated, or a code returned by the stream or by OnUnknownChunk.
   unsigned int ReadChunks();
 
-  // Called with the body of every chunk the reader does not know; anything but 1 stops the
-  // walk with that result.
+  // Called with the body of every chunk the reader does not know and the number of body bytes
+  // read (the low 32 bits of the size the file claims); anything but 1 stops the walk with
+  // that result.
   virtual unsigned int OnUnknownChunk(void* body, long long size);
 
   unsigned int GetSampleRate() const { return m_sampleRate; }

@@ -73,7 +73,10 @@ class WriteBytesMem : public QO::IWriteBuffer {
   bool WriteBytes(const void* data, int count, int& written) override;
   int Count() const override { return m_count; }
   unsigned char* Bytes() const override { return m_bytes; }
-  void SetCount(int count) override { m_count = count; }
+  // Kept within [0, capacity], so the next write never lands outside the block.
+  void SetCount(int count) override {
+    m_count = count < 0 ? 0 : count > m_capacity ? m_capacity : count;
+  }
   // Grows the block to at least capacity bytes, rounded up to a multiple of 1024. Always true;
   // when the allocation fails the old block is kept, so check Bytes() and the capacity.
   bool Reserve(int capacity) override;
