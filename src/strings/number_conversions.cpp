@@ -228,8 +228,9 @@ CStdStr FormatNumberString(const CStdStr& text, unsigned int precision) {
       integer = std::to_string(negative ? value - 1 : value + 1);
     }
   }
-  // A negative number between -1 and 0 keeps its sign as long as a non-zero decimal shows it.
-  const bool keepSign = fractionText.find_first_of("123456789") != std::string::npos;
+  // A negative number between -1 and 0 keeps its sign, even when rounding leaves only zeros
+  // ("-0.04" to 1 place is "-0.0", as printf writes it); "-0.000" is no negative number.
+  const bool keepSign = fraction.find_first_of("123456789") != std::string::npos;
   return CStdStr(GroupIntegerPart(integer, keepSign) + fractionText);
 }
 
