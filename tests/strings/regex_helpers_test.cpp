@@ -36,6 +36,14 @@ TEST(RegexHelpers, BuildRegexTurnsStarsIntoAnyRunAndIgnoresCase) {
   RegexHelpers::BuildRegex("(mix)[1]+{2}", expression);
   EXPECT_TRUE(std::regex_match("(MIX)[1]+{2}", expression));
   EXPECT_FALSE(std::regex_match("mix11{2}", expression));
+
+  // A pattern as long as the longest path still compiles; a hostile longer one, whose
+  // compilation would exhaust the stack, gives an expression that matches nothing.
+  RegexHelpers::BuildRegex((std::string(4095, 'a') + "*").c_str(), expression);
+  EXPECT_TRUE(std::regex_search(std::string(4095, 'a'), expression));
+  RegexHelpers::BuildRegex(std::string(200000, 'a').c_str(), expression);
+  EXPECT_FALSE(std::regex_search(std::string(10, 'a'), expression));
+  EXPECT_FALSE(std::regex_search("", expression));
 }
 
 }  // namespace
