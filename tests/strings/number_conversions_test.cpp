@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <regex>
 #include <string>
 
@@ -142,6 +143,10 @@ TEST(NumberFormat, GetSizeStringUnitsSwitchAtAThousand) {
   for (const Case& c : cases) {
     EXPECT_EQ(GetSizeString(c.bytes, c.perSecond, c.precision), c.result) << c.bytes;
   }
+  // A huge precision is cut at strlen("%.2147483647f %s") + 1022 characters, quickly: printf
+  // itself would need gigabytes for it.
+  EXPECT_EQ(GetSizeString(1536, false, INT_MAX), "1.5" + std::string(1035, '0'));
+  EXPECT_EQ(GetSizeString(1536, false, 1050), "1.5" + std::string(1029, '0'));
 }
 
 TEST(NumberFormat, GetDateTimeShapes) {
