@@ -6,6 +6,7 @@
 #include <clocale>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -21,23 +22,17 @@ TEST(StdStrFmt, FormatsAndCutsAtFormatLengthPlus1022) {
 }
 
 TEST(StdStrReplace, CountsNonOverlappingLeftToRight) {
-  struct Case {
-    const char* text;
-    const char* oldText;
-    const char* newText;
-    int count;
-    const char* result;
-  };
-  const Case cases[] = {
+  // clang-format off
+  const std::tuple<const char*, const char*, const char*, int, const char*> cases[] = {
       {"aaaa", "aa", "b", 2, "bb"},        {"aaa", "aa", "a", 1, "aa"},
-      {"one two one", "one", nullptr, 2, " two "}, {"keep", "", "x", 0, "keep"},
-      {"keep", nullptr, "x", 0, "keep"},   {"keep", "zz", "x", 0, "keep"},
-      {"a.b.c", ".", "::", 2, "a::b::c"},
-  };
-  for (const Case& c : cases) {
-    CStdStr s(c.text);
-    EXPECT_EQ(s.Replace(c.oldText, c.newText), c.count) << c.text;
-    EXPECT_EQ(s, c.result) << c.text;
+      {"one two one", "one", nullptr, 2, " two "},
+      {"keep", "", "x", 0, "keep"},        {"keep", nullptr, "x", 0, "keep"},
+      {"keep", "zz", "x", 0, "keep"},      {"a.b.c", ".", "::", 2, "a::b::c"}};
+  // clang-format on
+  for (const auto& [text, oldText, newText, count, result] : cases) {
+    CStdStr s(text);
+    EXPECT_EQ(s.Replace(oldText, newText), count) << text;
+    EXPECT_EQ(s, result) << text;
   }
   CStdStr w("a::b::c");
   EXPECT_EQ(w.Replace(':', '/'), 4);
@@ -54,8 +49,7 @@ TEST(StdStrPieces, CompareNoCaseAndClampedPieces) {
   EXPECT_EQ(s.Left(2) + s.Left(10) + s.Left(-1), "ababcdef");
   EXPECT_EQ(s.Right(2) + "|" + s.Right(10), "ef|abcdef");
   EXPECT_EQ(s.Mid(1, 3) + "|" + s.Mid(4, 10) + "|" + s.Mid(6, 1) + s.Mid(99), "bcd|ef|");
-  EXPECT_EQ(s.Mid(-1, 3), "ab");
-  EXPECT_EQ(s.Mid(2), "cdef");
+  EXPECT_EQ(s.Mid(-1, 3) + "|" + s.Mid(2), "ab|cdef");
   // A negative start with a very negative count must not wrap into a huge count.
   EXPECT_EQ(s.Mid(-1, INT_MIN), "");
 
@@ -70,49 +64,38 @@ TEST(StdStrPieces, CompareNoCaseAndClampedPieces) {
   EXPECT_EQ(mixed.ToUpper(), "MIXED 123 \xC3\x84");
 }
 
-TEST(StdStrTokenize, WalksTokensAndMarksTheEnd) {
-  const CStdStr s("/a//b/");
-  int pos = 0;
-  EXPECT_EQ(s.Tokenize("/", pos), "a");
-  EXPECT_EQ(pos, 2);
-  EXPECT_EQ(s.Tokenize("/", pos), "b");
-  EXPECT_EQ(pos, 5);
-  EXPECT_EQ(s.Tokenize("/", pos), "");
-  EXPECT_EQ(pos, -1);
+// "token@position" of each call until the position is -1 or stays put (at most five calls).
+std::string Tokens(const char* text, const char* separators, int position) {
+  std::string out;
+  for (int call = 0; call < 5; ++call) {
+    const int before = position;
+    const CStdStr token = CStdStr(text).Tokenize(separators, position);
+    out += token + "@" + std::to_string(position) + " ";
+    if (position == -1 || position == before) break;
+  }
+  return out;
+}
 
+TEST(StdStrTokenize, WalksTokensAndMarksTheEnd) {
+  EXPECT_EQ(Tokens("/a//b/", "/", 0), "a@2 b@5 @-1 ");
+  EXPECT_EQ(Tokens("x; y;;z", "; ", 0), "x@1 y@4 z@7 @-1 ");
+  // No separators: the rest is the token and the position stays, or -1 at the end.
+  EXPECT_EQ(Tokens("a,b", "", 2), "b@2 ");
+  EXPECT_EQ(Tokens("a,b", nullptr, 3), "@-1 ");
   int bad = -1;
   try {
-    (void)s.Tokenize("/", bad);
+    (void)CStdStr("/a").Tokenize("/", bad);
     FAIL() << "expected std::invalid_argument";
   } catch (const std::invalid_argument& e) {
     EXPECT_STREQ(e.what(), "Invalid start");
   }
-
-  int p = 2;
-  EXPECT_EQ(CStdStr("a,b").Tokenize("", p), "b");
-  EXPECT_EQ(p, 2);  // no separators: position left as it was
-  p = 3;
-  EXPECT_EQ(CStdStr("a,b").Tokenize(nullptr, p), "");
-  EXPECT_EQ(p, -1);
-
-  p = 0;
-  const CStdStr multi("x; y;;z");
-  CStdStr tokens;
-  for (int i = 0; i < 3; ++i) tokens += multi.Tokenize("; ", p);
-  EXPECT_EQ(tokens, "xyz");
-  EXPECT_EQ(p, 7);
-  EXPECT_EQ(multi.Tokenize("; ", p), "");
-  EXPECT_EQ(p, -1);
 }
 
 TEST(StdStrTrim, StopsAtHighBytes) {
-  CStdStr s(" \t\n text \r\n");
-  EXPECT_EQ(s.TrimLeft(), "text \r\n");
-  EXPECT_EQ(s.TrimRight(), "text");
-  CStdStr high("\xA0 x \xA0");
-  EXPECT_EQ(high.Trim(), "\xA0 x \xA0");
-  CStdStr blank("   ");
-  EXPECT_EQ(blank.Trim(), "");
+  EXPECT_EQ(CStdStr(" \t\n text \r\n").TrimLeft(), "text \r\n");
+  EXPECT_EQ(CStdStr(" \t\n text \r\n").TrimRight(), " \t\n text");
+  EXPECT_EQ(CStdStr("\xA0 x \xA0").Trim(), "\xA0 x \xA0");
+  EXPECT_EQ(CStdStr("   ").Trim(), "");
 }
 
 TEST(StdStrWide, AssignsWideTextThroughTheGlobalLocale) {
