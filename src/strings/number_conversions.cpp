@@ -27,6 +27,9 @@ bool ScanOne(const CStdStr& text, const char* format, T& value) {
   return true;
 }
 
+// The most decimals GetSizeString has printf write.
+constexpr int k_maxPrintedPrecision = 1100;
+
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Adds one unit in the last place of a run of decimal digits; true when it overflowed (all
@@ -228,8 +231,9 @@ CStdStr FormatNumberString(const CStdStr& text, unsigned int precision) {
       integer = std::to_string(negative ? value - 1 : value + 1);
     }
   }
-  // A negative number between -1 and 0 keeps its sign as long as a non-zero decimal shows it.
-  const bool keepSign = fractionText.find_first_of("123456789") != std::string::npos;
+  // A negative number between -1 and 0 keeps its sign, even when rounding leaves only zeros
+  // ("-0.04" to 1 place is "-0.0", as printf writes it); "-0.000" is no negative number.
+  const bool keepSign = fraction.find_first_of("123456789") != std::string::npos;
   return CStdStr(GroupIntegerPart(integer, keepSign) + fractionText);
 }
 
@@ -258,6 +262,14 @@ CStdStr GetSizeString(long long bytes, bool perSecond, int precision) {
   if (perSecond) unitText = LocalizeFmt("%s/s", unit);
 
   const float value = static_cast<float>(bytes) / divisor;
+  // printf works and allocates in proportion to the precision (gigabytes for INT_MAX) while the
+  // result is cut at strlen(format) + 1022 characters. A float of 0.97 or more has no non-zero
+  // digit past the 30th decimal, so beyond 1100 places print 1100 and cut where it would be cut.
+  if (precision > k_maxPrintedPrecision && bytes > 999) {
+    char digits[k_maxPrintedPrecision + 32];
+    std::snprintf(digits, sizeof digits, "%.*f", k_maxPrintedPrecision, static_cast<double>(value));
+    return CStdStr(std::string(digits).substr(0, format.size() + 1022));
+  }
   CStdStr result;
   result.Fmt(format.c_str(), static_cast<double>(value), unitText.c_str());
   return result;

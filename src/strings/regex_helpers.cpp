@@ -1,6 +1,11 @@
 #include <qobase/strings/regex_helpers.h>
 
+#include <cstring>
+
 namespace {
+
+// The longest wildcard pattern compiled: the longest path the system accepts.
+constexpr size_t k_maxPatternLength = 4096;
 
 // Both expressions are compiled once, on first use; function-local statics make that
 // thread-safe.
@@ -23,6 +28,13 @@ void RegexEscape(const char* text, std::string& output) {
 }
 
 void BuildRegex(const char* pattern, std::regex& output) {
+  // The standard library compiles an expression recursively, one level per character, so a
+  // hostile pattern of some ten thousand characters would exhaust the stack. No file name or
+  // path is that long: such a pattern gives an expression that matches nothing.
+  if (pattern && std::strlen(pattern) > k_maxPatternLength) {
+    output.assign("[]", std::regex::ECMAScript);
+    return;
+  }
   std::string escaped;
   RegexEscape(pattern, escaped);
   const std::string expression = std::regex_replace(escaped, StarRuns(), ".*");

@@ -124,12 +124,15 @@ CStdStr CStdStr::Right(int count) const {
 }
 
 CStdStr CStdStr::Mid(int first, int count) const {
-  if (first < 0) {
-    count += first;
-    first = 0;
+  // In 64 bits, so a negative start and a very negative count cannot overflow.
+  long long from = first;
+  long long length = count;
+  if (from < 0) {
+    length += from;
+    from = 0;
   }
-  if (count <= 0 || static_cast<size_type>(first) >= size()) return CStdStr();
-  return CStdStr(substr(static_cast<size_type>(first), static_cast<size_type>(count)));
+  if (length <= 0 || static_cast<size_type>(from) >= size()) return CStdStr();
+  return CStdStr(substr(static_cast<size_type>(from), static_cast<size_type>(length)));
 }
 
 CStdStr CStdStr::Mid(int first) const {

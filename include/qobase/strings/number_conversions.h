@@ -58,9 +58,10 @@ void CompactNumberString(CStdStr& text);
 
 // The decimal number `text` rounded (half away from zero) or padded to `precision` decimals,
 // its integer digits grouped by three with blanks: "1234567.891" to 2 gives "1 234 567.89", to 0
-// "1 234 568". A text with more than one "." gives "". A negative number keeps its sign when its
-// integer part is zero and a non-zero decimal remains ("-0.25" to 1 gives "-0.3"; "-0.04" to 1
-// gives "0.0"). A carry beyond the 64-bit range is carried through the digits.
+// "1 234 568". A text with more than one "." gives "". A negative number whose integer part is
+// zero keeps its sign, even when rounding leaves only zeros ("-0.25" to 1 gives "-0.3", "-0.04"
+// to 1 gives "-0.0"); an all-zero text such as "-0.00" gives no sign. A carry beyond the 64-bit
+// range is carried through the digits.
 CStdStr FormatNumberString(const CStdStr& text, unsigned int precision);
 
 // A byte count with its unit: "Bytes" up to 999 (no decimals), then "KB", "MB", "GB", "TB" in

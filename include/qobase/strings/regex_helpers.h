@@ -13,7 +13,8 @@ void RegexEscape(const char* text, std::string& output);
 
 // Compiles the wildcard `pattern` into `output`: the pattern is escaped, every run of "*"
 // becomes ".*", and the expression ignores case. "?" stays a literal character.
-// "*.wav" gives the expression ".*\.wav", which matches "A.WAV".
+// "*.wav" gives the expression ".*\.wav", which matches "A.WAV". A pattern longer than 4096
+// bytes (longer than any path) gives an expression that matches nothing.
 void BuildRegex(const char* pattern, std::regex& output);
 
 }  // namespace RegexHelpers
