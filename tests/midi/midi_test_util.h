@@ -1,5 +1,5 @@
-// Shared steps of the MIDI tests: converting file bytes held in an exactly sized heap buffer (so
-// the address sanitizer sees any read past the end) and walking the converted events.
+// Shared steps of the MIDI tests: converting or validating file bytes held in an exactly sized
+// heap buffer, so the address sanitizer sees any read past the end.
 #pragma once
 
 #include <qobase/midi/midi_parse_at.h>
@@ -26,14 +26,11 @@ inline Conversion Convert(const std::string& smf, unsigned int capacity = 0) {
   unsigned int size = capacity;
   Conversion result;
   result.ok = parser.Convert(out.data(), size);
-  if (result.ok) {
-    result.bytes.assign(out.begin(), out.begin() + size);
-    parser.GetMidiInfo(result.info);
-  }
+  if (result.ok) result.bytes.assign(out.begin(), out.begin() + size);
+  if (result.ok) parser.GetMidiInfo(result.info);
   return result;
 }
 
-// Validate() of `smf` held in an exactly sized heap buffer.
 inline unsigned int ValidateBytes(const std::string& smf) {
   std::vector<unsigned char> data(smf.begin(), smf.end());
   QoMidiParseAt parser;

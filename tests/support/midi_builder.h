@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -24,25 +25,29 @@ std::string MidiVlq(uint32_t value);
 // says, the status byte included; Running() writes data bytes only.
 class MidiTrackBuilder {
  public:
-  MidiTrackBuilder& NoteOn(uint32_t delta, int channel, int note, int velocity);
-  MidiTrackBuilder& NoteOff(uint32_t delta, int channel, int note, int velocity = 0);
-  MidiTrackBuilder& Control(uint32_t delta, int channel, int controller, int value);
-  MidiTrackBuilder& Program(uint32_t delta, int channel, int program);
-  MidiTrackBuilder& PitchBend(uint32_t delta, int channel, int value14);
+  MidiTrackBuilder& Event(uint32_t delta, std::initializer_list<int> bytes);
+  MidiTrackBuilder& NoteOn(uint32_t d, int ch, int note, int vel) { return Event(d, {0x90 | ch, note, vel}); }
+  MidiTrackBuilder& NoteOff(uint32_t d, int ch, int note) { return Event(d, {0x80 | ch, note, 0}); }
+  MidiTrackBuilder& Control(uint32_t d, int ch, int cc, int v) { return Event(d, {0xB0 | ch, cc, v}); }
+  MidiTrackBuilder& Program(uint32_t d, int ch, int program) { return Event(d, {0xC0 | ch, program}); }
   // A channel event in running status: the delta and one or two data bytes.
-  MidiTrackBuilder& Running(uint32_t delta, int data1, int data2 = -1);
-  MidiTrackBuilder& Tempo(uint32_t delta, uint32_t microsecondsPerQuarter);
+  MidiTrackBuilder& Running(uint32_t d, int data1) { return Event(d, {data1}); }
+  MidiTrackBuilder& Running(uint32_t d, int data1, int data2) { return Event(d, {data1, data2}); }
+  MidiTrackBuilder& Tempo(uint32_t d, uint32_t us) {
+    return Event(d, {0xFF, 0x51, 3, int(us >> 16) & 0xFF, int(us >> 8) & 0xFF, int(us) & 0xFF});
+  }
   // F0, length, payload (the payload normally ends in F7).
-  MidiTrackBuilder& Sysex(uint32_t delta, const std::string& payload);
-  MidiTrackBuilder& Meta(uint32_t delta, int type, const std::string& data);
-  MidiTrackBuilder& EndOfTrack(uint32_t delta);
+  MidiTrackBuilder& Sysex(uint32_t d, const std::string& payload) { return Raw(MidiVlq(d) + "\xF0" + MidiVlq(uint32_t(payload.size())) + payload); }
+  MidiTrackBuilder& Meta(uint32_t d, int type, const std::string& data);
+  MidiTrackBuilder& EndOfTrack(uint32_t d) { return Event(d, {0xFF, 0x2F, 0x00}); }
   // Bytes as they are, for malformed input.
-  MidiTrackBuilder& Raw(const std::string& bytes);
-
+  MidiTrackBuilder& Raw(const std::string& bytes) {
+    m_data += bytes;
+    return *this;
+  }
   const std::string& Data() const { return m_data; }
 
  private:
-  MidiTrackBuilder& Event(uint32_t delta, std::initializer_list<int> bytes);
   std::string m_data;
 };
 
@@ -52,7 +57,6 @@ std::string MidiHeader(int format, int numTracks, int division);
 std::string MidiChunk(const std::string& id, const std::string& data);
 // A whole file: the header (counting the tracks given) and one "MTrk" chunk per track.
 std::string MidiFileBytes(int format, int division, const std::vector<MidiTrackBuilder>& tracks);
-
 // The 6-byte header of a converted stream: big-endian division, little-endian float tempo.
 std::string MidiStreamHeader(int division, float tempo);
 
