@@ -15,7 +15,6 @@ using qotest::MidiHex;
 using qotest::MidiStreamHeader;
 using qotest::ReadFileBytes;
 using qotest::WriteFileBytes;
-using Track = qotest::MidiTrackBuilder;
 using Events = std::vector<QoMidiFile::QoMidiFileEvent>;
 
 bool Exists(const std::string& path) {
@@ -23,12 +22,18 @@ bool Exists(const std::string& path) {
   return stat(path.c_str(), &info) == 0;
 }
 
+// Tempo 100 bpm, note 60 on channel 0 for ticks 0-48, note 64 on channel 1 from tick 24 on.
 const std::string k_twoNotes = MidiFileBytes(
-    1, 96, {Track().Tempo(0, 600000).NoteOn(0, 0, 60, 100).NoteOff(48, 0, 60).EndOfTrack(0),
-            Track().NoteOn(24, 1, 64, 80).EndOfTrack(24)});
+    1, 96,
+    {"0 FF 51 03 09 27 C0, 0 90 3C 64, 48 80 3C 00, 0 FF 2F 00", "24 91 40 50, 24 FF 2F 00"});
 const std::string k_twoNotesStream =
     MidiStreamHeader(96, 100.0f) +
     MidiHex("00 90 3C 64  18 91 40 50  18 80 3C 00  00 FF 2F 00  00 FF 2F 00  00 81 40 00");
+
+// Writes `bytes` to `path`, opens and validates it: Validate's result, 0 when opening fails.
+unsigned int Load(QoMidiFile& midi, const std::string& path, const std::string& bytes) {
+  return WriteFileBytes(path, bytes) && midi.Open(path) == 1 ? midi.Validate() : 0;
+}
 
 // "type/channel/first+delta" for every listed event.
 std::string List(const Events& events) {
@@ -40,27 +45,22 @@ std::string List(const Events& events) {
   return text;
 }
 
-TEST(MidiFile, ValidatesListsAndConverts) {
+TEST(MidiFile, ValidatesListsConvertsAndServesSeveralFiles) {
   qotest::TempDir dir;
-  ASSERT_TRUE(WriteFileBytes(dir.File("song.mid"), k_twoNotes));
   QoMidiFile midi;
   Events events(3);
+  QoMidiInfo info{};
   EXPECT_EQ(midi.GetEvents(events), 2u);  // before Validate: untouched
   EXPECT_EQ(events.size(), 3u);
-  QoMidiInfo info{};
   EXPECT_FALSE(midi.GetMidiInfo(info));
   EXPECT_EQ(midi.GetValidateResult(), 0u);
-
-  ASSERT_EQ(midi.Open(dir.File("song.mid")), 1u);
+  ASSERT_EQ(Load(midi, dir.File("song.mid"), k_twoNotes), 1u);
   EXPECT_EQ(midi.GetFileSize(), k_twoNotes.size());
-  ASSERT_EQ(midi.Validate(), 1u);
   EXPECT_EQ(midi.GetValidateResult(), 0u);
   ASSERT_TRUE(midi.GetMidiInfo(info));
-  EXPECT_TRUE(info.valid);
-  EXPECT_EQ(info.tempo, 100.0);
-  EXPECT_EQ(info.division, 96u);
-  EXPECT_EQ(info.numEvents, 6u);  // 3 channel events, 2 end-of-tracks, 1 closing note off
-  EXPECT_EQ(info.lengthTicks, 48u);
+  EXPECT_TRUE(info.valid && info.tempo == 100.0 && info.division == 96);
+  // 3 channel events, 2 end-of-tracks, 1 closing note off; 48 ticks.
+  EXPECT_EQ(info.numEvents * 1000 + info.lengthTicks, 6048u);
   ASSERT_EQ(midi.GetEvents(events), 1u);
   EXPECT_EQ(List(events), "144/0/60+0 144/1/64+24 128/0/60+24 255/15/47+0 255/15/47+0 128/1/64+0 ");
 
@@ -76,32 +76,36 @@ TEST(MidiFile, ValidatesListsAndConverts) {
   // Close keeps what was loaded; Release drops it and leaves nothing to convert.
   midi.Close();
   EXPECT_TRUE(midi.GetMidiInfo(info));
-  EXPECT_EQ(midi.GetEvents(events), 1u);
-  EXPECT_EQ(events.size(), 6u);
+  EXPECT_TRUE(midi.GetEvents(events) == 1 && events.size() == 6);
   midi.Release();
   EXPECT_EQ(midi.GetFileSize(), 0u);
   EXPECT_FALSE(midi.GetMidiInfo(info));
-  EXPECT_EQ(midi.Convert(dir.File("released.out")), 2u);
-  EXPECT_FALSE(Exists(dir.File("released.out")));
-}
+  EXPECT_TRUE(midi.Convert(dir.File("released.out")) == 2 && !Exists(dir.File("released.out")));
 
-TEST(MidiFile, ListsTheClosingEndOfTrackBeyondNumEventsAndNothingWhenNoneCounted) {
-  qotest::TempDir dir;
-  ASSERT_TRUE(WriteFileBytes(dir.File("a.mid"), MidiFileBytes(0, 96, {Track().Program(0, 0, 1).EndOfTrack(0)})));
-  ASSERT_TRUE(WriteFileBytes(dir.File("b.mid"), MidiFileBytes(0, 96, {Track().Meta(0, 1, "only text")})));
-  QoMidiFile midi;
-  QoMidiInfo info{};
-  Events events;
-  ASSERT_EQ(midi.Open(dir.File("a.mid")), 1u);
-  ASSERT_EQ(midi.Validate(), 1u);
+  // The closing end-of-track is listed beyond numEvents; with nothing counted nothing is listed.
+  ASSERT_EQ(Load(midi, dir.File("a.mid"), MidiFileBytes(0, 96, {"0 C0 01, 0 FF 2F 00"})), 1u);
   ASSERT_TRUE(midi.GetMidiInfo(info));
   EXPECT_EQ(info.numEvents, 2u);
   ASSERT_EQ(midi.GetEvents(events), 1u);
   EXPECT_EQ(List(events), "192/0/1+0 255/15/47+0 255/15/47+1 ");
-  ASSERT_EQ(midi.Open(dir.File("b.mid")), 1u);
-  ASSERT_EQ(midi.Validate(), 1u);
+  ASSERT_EQ(Load(midi, dir.File("b.mid"), MidiFileBytes(0, 96, {"0 FF 01 01 74"})), 1u);
   ASSERT_EQ(midi.GetEvents(events), 1u);
   EXPECT_TRUE(events.empty());
+
+  // Open starts over, so one object serves several files.
+  ASSERT_EQ(Load(midi, dir.File("two.mid"), MidiFileBytes(0, 480, {"960 95 01 02"})), 1u);
+  ASSERT_TRUE(midi.GetMidiInfo(info));
+  EXPECT_TRUE(info.division == 480 && info.lengthTicks == 960 && info.tempo == 120.0);
+  ASSERT_EQ(midi.Convert(dir.File("two.out")), 1u);
+  EXPECT_EQ(ReadFileBytes(dir.File("two.out")),
+            MidiStreamHeader(480, 120.0f) + MidiHex("87 40 95 01 02  00 85 01 00"));
+  // Open and Convert without Validate, twice from what was loaded; the file was read to its
+  // end, so validating reads nothing more and fails.
+  ASSERT_EQ(midi.Open(dir.File("song.mid")), 1u);
+  ASSERT_TRUE(midi.Convert(dir.File("1.out")) == 1 && midi.Convert(dir.File("2.out")) == 1);
+  EXPECT_EQ(ReadFileBytes(dir.File("1.out")) + ReadFileBytes(dir.File("2.out")),
+            k_twoNotesStream + k_twoNotesStream);
+  EXPECT_EQ(midi.Validate(), 7u);
 }
 
 TEST(MidiFile, FailuresGiveTheirCodesAndWriteNothing) {
@@ -111,25 +115,20 @@ TEST(MidiFile, FailuresGiveTheirCodesAndWriteNothing) {
   EXPECT_EQ(midi.Validate(), 7u);  // not open
   EXPECT_EQ(midi.GetValidateResult(), 1u);
 
-  const std::string broken = MidiFileBytes(0, 96, {Track().Raw(MidiHex("00 F4 00"))});
   const std::vector<std::tuple<const char*, std::string, unsigned>> bad = {
       {"text.mid", "just some text, no header", 2},
-      {"zero.mid", MidiFileBytes(0, 0, {Track().EndOfTrack(0)}), 4},
-      {"broken.mid", broken, 2},
+      {"zero.mid", MidiFileBytes(0, 0, {"0 FF 2F 00"}), 4},
+      {"broken.mid", MidiFileBytes(0, 96, {"0 F4 00"}), 2},
       {"empty.mid", "", 2},
   };
   for (const auto& [name, bytes, result] : bad) {
-    ASSERT_TRUE(WriteFileBytes(dir.File(name), bytes));
-    ASSERT_EQ(midi.Open(dir.File(name)), 1u) << name;
-    EXPECT_EQ(midi.Validate(), 7u) << name;
+    ASSERT_EQ(Load(midi, dir.File(name), bytes), 7u) << name;
     EXPECT_EQ(midi.GetValidateResult(), result) << name;
     QoMidiInfo info{};
-    EXPECT_FALSE(midi.GetMidiInfo(info)) << name;
     Events events;
-    EXPECT_EQ(midi.GetEvents(events), 2u) << name;
+    EXPECT_TRUE(!midi.GetMidiInfo(info) && midi.GetEvents(events) == 2) << name;
     if (result == 4) continue;  // a zero division still converts
-    EXPECT_EQ(midi.Convert(dir.File("out")), 2u) << name;
-    EXPECT_FALSE(Exists(dir.File("out"))) << name;
+    EXPECT_TRUE(midi.Convert(dir.File("out")) == 2 && !Exists(dir.File("out"))) << name;
     EXPECT_EQ(ReadFileBytes(dir.File(name)), bytes) << name;
   }
 
@@ -144,37 +143,8 @@ TEST(MidiFile, FailuresGiveTheirCodesAndWriteNothing) {
   // a second Read starts at the end of the file.
   ASSERT_EQ(midi.Open(dir.File("song.mid")), 1u);
   ASSERT_EQ(midi.Read(), 1u);
-  EXPECT_EQ(midi.Convert(dir.File("read.out")), 2u);
-  EXPECT_FALSE(Exists(dir.File("read.out")));
+  EXPECT_TRUE(midi.Convert(dir.File("read.out")) == 2 && !Exists(dir.File("read.out")));
   EXPECT_EQ(midi.Read(), 66u);
-}
-
-TEST(MidiFile, OpenStartsOverSoOneObjectServesSeveralFiles) {
-  qotest::TempDir dir;
-  ASSERT_TRUE(WriteFileBytes(dir.File("one.mid"), k_twoNotes));
-  ASSERT_TRUE(WriteFileBytes(dir.File("two.mid"), MidiFileBytes(0, 480, {Track().NoteOn(960, 5, 1, 2).EndOfTrack(0)})));
-  QoMidiFile midi;
-  QoMidiInfo info{};
-  ASSERT_EQ(midi.Open(dir.File("one.mid")), 1u);
-  ASSERT_EQ(midi.Validate(), 1u);
-  ASSERT_EQ(midi.Open(dir.File("two.mid")), 1u);
-  EXPECT_FALSE(midi.GetMidiInfo(info));  // nothing validated yet
-  ASSERT_EQ(midi.Validate(), 1u);
-  ASSERT_TRUE(midi.GetMidiInfo(info));
-  EXPECT_EQ(info.division * 10000 + info.lengthTicks, 4800960u);
-  EXPECT_EQ(info.tempo, 120.0);
-  ASSERT_EQ(midi.Convert(dir.File("two.out")), 1u);
-  EXPECT_EQ(ReadFileBytes(dir.File("two.out")),
-            MidiStreamHeader(480, 120.0f) + MidiHex("87 40 95 01 02  00 FF 2F 00  00 85 01 00"));
-
-  // Open and Convert without Validate, twice from what was loaded; the file was read to its
-  // end, so validating reads nothing more and fails.
-  ASSERT_EQ(midi.Open(dir.File("one.mid")), 1u);
-  ASSERT_EQ(midi.Convert(dir.File("one.out")), 1u);
-  ASSERT_EQ(midi.Convert(dir.File("one-again.out")), 1u);
-  EXPECT_EQ(ReadFileBytes(dir.File("one.out")), k_twoNotesStream);
-  EXPECT_EQ(ReadFileBytes(dir.File("one-again.out")), k_twoNotesStream);
-  EXPECT_EQ(midi.Validate(), 7u);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Shared steps of the MIDI tests: converting or validating file bytes held in an exactly sized
-// heap buffer, so the address sanitizer sees any read past the end.
+// Shared steps of the MIDI tests. File bytes are held in an exactly sized heap buffer, so the
+// address sanitizer sees any read past the end.
 #pragma once
 
 #include <qobase/midi/midi_parse_at.h>
@@ -19,15 +19,13 @@ struct Conversion {
 // plus 1024), then reads the information.
 inline Conversion Convert(const std::string& smf, unsigned int capacity = 0) {
   std::vector<unsigned char> data(smf.begin(), smf.end());
+  std::vector<unsigned char> out(capacity ? capacity : 2 * smf.size() + 1024);
   QoMidiParseAt parser;
   parser.SetBuffer(data.data(), static_cast<unsigned int>(data.size()));
-  if (capacity == 0) capacity = static_cast<unsigned int>(2 * smf.size() + 1024);
-  std::vector<unsigned char> out(capacity);
-  unsigned int size = capacity;
+  unsigned int size = static_cast<unsigned int>(out.size());
   Conversion result;
-  result.ok = parser.Convert(out.data(), size);
+  result.ok = parser.Convert(out.data(), size) && parser.GetMidiInfo(result.info);
   if (result.ok) result.bytes.assign(out.begin(), out.begin() + size);
-  if (result.ok) parser.GetMidiInfo(result.info);
   return result;
 }
 
