@@ -1,5 +1,5 @@
-// Shared steps of the MIDI tests. File bytes are held in an exactly sized heap buffer, so the
-// address sanitizer sees any read past the end.
+// Shared steps of the MIDI tests, with file bytes in an exactly sized heap buffer (so the address
+// sanitizer sees any read past the end).
 #pragma once
 
 #include <qobase/midi/midi_parse_at.h>
@@ -14,7 +14,6 @@ struct Conversion {
   std::string bytes;
   QoMidiInfo info{};
 };
-
 // Converts `smf` with a fresh parser into a buffer of `capacity` bytes (0: twice the file size
 // plus 1024), then reads the information.
 inline Conversion Convert(const std::string& smf, unsigned int capacity = 0) {

@@ -30,24 +30,19 @@ std::string MidiToHex(const std::string& bytes) {
   return text;
 }
 
-std::string MidiVlq(uint32_t value) {
-  std::string bytes(1, static_cast<char>(value & 0x7F));
-  for (value >>= 7; value != 0; value >>= 7) {
-    bytes.insert(bytes.begin(), static_cast<char>(0x80 | (value & 0x7F)));
-  }
-  return bytes;
-}
-
 std::string MidiTrack(const std::string& events) {
   std::string data;
   std::istringstream in(events);
-  std::string event;
+  std::string event, delta, rest;
   while (std::getline(in, event, ',')) {
     std::istringstream fields(event);
-    std::string delta, rest;
     fields >> delta;
     std::getline(fields, rest);
-    data += MidiVlq(static_cast<uint32_t>(std::stoul(delta, nullptr, 0))) + MidiHex(rest);
+    auto value = static_cast<uint32_t>(std::stoul(delta, nullptr, 0));
+    std::string vlq(1, static_cast<char>(value & 0x7F));  // shortest form, last byte first
+    for (value >>= 7; value != 0; value >>= 7)
+      vlq.insert(0, 1, static_cast<char>(0x80 | (value & 0x7F)));
+    data += vlq + MidiHex(rest);
   }
   return data;
 }

@@ -16,9 +16,8 @@ namespace qotest {
 std::string MidiHex(const std::string& hex);
 // Bytes as upper-case hex separated by spaces, for readable failure messages.
 std::string MidiToHex(const std::string& bytes);
-// A variable-length quantity in its shortest form (values up to 2^28 - 1).
-std::string MidiVlq(uint32_t value);
-// Track data from an event list (see above); each delta becomes its variable-length quantity.
+// Track data from an event list (see above); each delta becomes its shortest variable-length
+// quantity.
 std::string MidiTrack(const std::string& events);
 // The 14-byte header chunk.
 std::string MidiHeader(int format, int numTracks, int division);
