@@ -82,7 +82,6 @@ unsigned int QoMidiFile::Read() {
     FreeFileData();
     return QO::k_resultFileNotFound;
   }
-  m_parser.SetBuffer(m_fileData, static_cast<unsigned int>(m_fileSize));
   return QO::k_resultSuccess;
 }
 

@@ -114,7 +114,7 @@ def steady():
     b = mido.MidiTrack()
     for i in range(300):
         b.append(mido.Message('note_on', channel=9, note=36 + i % 12, velocity=1 + i % 127, time=i * 3 % 200))
-        b.append(mido.Message('note_off', channel=9, note=36 + i % 12, time=5))
+        b.append(mido.Message('note_on', channel=9, note=36 + i % 12, velocity=0, time=5))
     b.append(mido.Message('sysex', data=[1, 2, 3], time=20000))
     mid.tracks.extend([a, b])
     return mid

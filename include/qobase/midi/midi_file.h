@@ -39,8 +39,9 @@ class QoMidiFile {
   // file is not open, cannot be read, or is not a valid MIDI file (GetValidateResult() then
   // tells which check failed).
   unsigned int Validate();
-  // Reads the whole file from the current position and hands it to the parser, without
-  // validating. 1; 52 when memory runs out; 66 when the read fails.
+  // Reads the whole file from the current position, without validating and without handing it
+  // to the parser (a later Convert then has no MIDI data to convert and gives 2). 1; 52 when
+  // memory runs out; 66 when the read fails.
   unsigned int Read();
   // The converted file's information; false before a successful Validate.
   bool GetMidiInfo(QoMidiInfo& info) const;
