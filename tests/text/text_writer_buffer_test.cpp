@@ -143,3 +143,24 @@ TYPED_TEST(TextWriterBufferTest, WholeDocumentToFileEqualsTheMemoryText) {
   ASSERT_GT(memory.GetBufferedSize(), 3 * QoTextWriterBuffer::k_initialBufferSize);
   EXPECT_TRUE(qotest::ReadFileBytes(dir.File("doc.out")) == Text(memory));
 }
+
+namespace {
+void Alloc(XmlTextWriterLite2& writer, std::size_t size) { writer.AllocBuffer(size, true); }
+void Alloc(JSONTextWriter& writer, std::size_t size) { writer.AllocBuffer(size); }
+}  // namespace
+
+TYPED_TEST(TextWriterBufferTest, BlockResizedBelowTheReserveStillGrowsBeforeWriting) {
+  TypeParam fragment;
+  fragment.WriteRaw(std::string(1000, 'f'));
+  TypeParam writer;
+  writer.WriteRaw(std::string(100, 'a'));
+  Alloc(writer, 200);  // the write position now stands past the flush threshold
+  ASSERT_TRUE(writer.Append(&fragment));
+  writer.WriteRaw(std::string(70, 'r'));
+  EXPECT_EQ(Text(writer), std::string(100, 'a') + std::string(1000, 'f') + std::string(70, 'r'));
+
+  TypeParam empty;
+  Alloc(empty, 0);
+  empty.WriteRaw("xyz");
+  EXPECT_EQ(Text(empty), "xyz");
+}
