@@ -47,6 +47,15 @@ TEST(XmlValidationTest, ConformingAndNonConformingFiles) {
   EXPECT_EQ(info.file, "");
   EXPECT_EQ(info.message, XmlGlobals::Get().m_lastErrorMessage);
 
+  // A path holding a zero byte names no file: the file named by the bytes before it is not used.
+  const std::string cut(1, '\0');
+  ValidationErrorInfo nulDoc, nulSchema;
+  EXPECT_FALSE(ValidateXmlFile(dir.File("valid.xml") + cut + "x", schema, nulDoc));
+  EXPECT_EQ(nulDoc.code, ValidationErrorInfo::k_documentNotRead);
+  EXPECT_EQ(nulDoc.file, dir.File("valid.xml") + cut + "x");
+  EXPECT_FALSE(ValidateXmlFile(dir.File("valid.xml"), schema + cut + "x", nulSchema));
+  EXPECT_EQ(nulSchema.code, ValidationErrorInfo::k_schemaNotRead);
+
   // The cached schema serves a second validation.
   ValidationErrorInfo again;
   EXPECT_TRUE(ValidateXmlFile(dir.File("valid.xml"), schema, again));
