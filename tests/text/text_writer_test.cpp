@@ -323,7 +323,8 @@ TEST(JsonTextWriterTest, AppendAfterAValueAddsTheSeparator) {
   writer.WriteStartDocument();
   EXPECT_TRUE(writer.Append(&fragment));
   EXPECT_TRUE(writer.Append(&fragment));
-  writer.WriteStartElement("g", Object);
+  const std::string name(50000, 'g');  // names of any length
+  writer.WriteStartElement(name, Object);
   EXPECT_TRUE(writer.Append(&fragment));  // nothing is opened for the new element
   writer.WriteEndElement();
   XmlTextWriterLite2 xml;  // the text of an XML writer is taken as it is
@@ -331,7 +332,8 @@ TEST(JsonTextWriterTest, AppendAfterAValueAddsTheSeparator) {
   EXPECT_TRUE(writer.Append(&xml));
   EXPECT_FALSE(writer.Append(nullptr));
   writer.WriteEndDocument();
-  EXPECT_EQ(Text(writer), "{\n \"f\": \"1\",\n \"f\": \"1\",\n \"g\": \"f\": \"1\",\n <x/>\n}");
+  EXPECT_EQ(Text(writer),
+            "{\n \"f\": \"1\",\n \"f\": \"1\",\n \"" + name + "\": \"f\": \"1\",\n <x/>\n}");
 }
 
 TYPED_TEST(TextWriterBufferTest, FileWriterStatesLockAndParentDirectory) {
