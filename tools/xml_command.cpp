@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "command.h"
 
@@ -38,13 +39,15 @@ int Validate(const std::string& file, const std::string& schema) {
   }
 }
 
-// Every element becomes an object member, attributes string members, text a string.
+// Every element becomes an object member, attributes string members, text a string. An
+// element's text is written when it ends, after its attributes and children, so text beside
+// child elements becomes its "#text" member instead of a value the children would follow.
 int ToJson(const std::string& file) {
   if (!std::ifstream(file)) return Fail(file, "cannot be read");
   XmlTextReaderLite reader(file.c_str(), XmlTextReaderLite::k_xmlSourceFile);
   JSONTextWriter writer;
   writer.WriteStartDocument();
-  int depth = 0;
+  std::vector<std::string> texts;  // the text of each open element so far
   bool sawRoot = false;
   while (reader.Read()) {
     switch (reader.GetNodeType()) {
@@ -58,23 +61,25 @@ int ToJson(const std::string& file) {
         if (reader.IsEmptyElement()) {
           writer.WriteEndElement();
         } else {
-          ++depth;
+          texts.emplace_back();
         }
         break;
       }
       case QO::k_xmlNodeEndElement:
+        if (texts.empty()) break;
+        if (!texts.back().empty()) writer.WriteString(texts.back());
+        texts.pop_back();
         writer.WriteEndElement();
-        --depth;
         break;
       case QO::k_xmlNodeText:
       case QO::k_xmlNodeCData:
-        writer.WriteString(reader.GetValue());
+        if (!texts.empty()) texts.back() += reader.GetValue();
         break;
       default:
         break;
     }
   }
-  if (reader.HasFailed() || !sawRoot || depth != 0) {
+  if (reader.HasFailed() || !sawRoot || !texts.empty()) {
     const std::string reason = TrimMessage(XmlGlobals::Get().m_lastErrorMessage);
     return Fail(file, "not well-formed XML" + (reason.empty() ? "" : " (" + reason + ")"));
   }

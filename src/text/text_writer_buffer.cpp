@@ -91,7 +91,9 @@ bool QoTextWriterBuffer::MakeRoom(std::size_t size) {
 
 void QoTextWriterBuffer::WriteBlock(const char* data, std::size_t size) {
   if (!m_bufferStart) return;
-  if (size >= static_cast<std::size_t>(m_flushThreshold - m_writePosition)) {
+  // A block resized below the reserve can leave the write position past the threshold.
+  if (m_writePosition >= m_flushThreshold ||
+      size >= static_cast<std::size_t>(m_flushThreshold - m_writePosition)) {
     if (m_file.IsOpen()) Flush();
     if (size >= static_cast<std::size_t>(m_bufferEnd - m_writePosition)) {
       const std::size_t capacity = TruncateToGrowthStep(GetBufferedSize() + size + k_growthStep);
@@ -118,14 +120,14 @@ void QoTextWriterBuffer::SetBlock(char* block, std::size_t size, std::size_t use
 void QoTextWriterBuffer::MakeFreshBlock(std::size_t size) {
   std::free(m_bufferStart);
   m_bufferStart = m_flushThreshold = m_bufferEnd = m_writePosition = nullptr;
-  if (char* block = static_cast<char*>(std::malloc(size))) SetBlock(block, size, 0);
+  if (char* block = static_cast<char*>(std::malloc(size > 0 ? size : 1))) SetBlock(block, size, 0);
 }
 
 void QoTextWriterBuffer::ResizeBlock(std::size_t size) {
   const std::size_t used = GetBufferedSize();
   if (size < used) return;
-  // On failure the old block stays as it was.
-  if (char* block = static_cast<char*>(std::realloc(m_bufferStart, size))) {
+  // On failure the old block stays as it was. A size of zero would free it instead.
+  if (char* block = static_cast<char*>(std::realloc(m_bufferStart, size > 0 ? size : 1))) {
     SetBlock(block, size, m_bufferStart ? used : 0);
   }
 }

@@ -11,6 +11,13 @@ namespace {
 // No network access; line numbers above 65535 reported as they are.
 constexpr int k_xmlReadOptions = XML_PARSE_NONET | XML_PARSE_BIG_LINES;
 
+// The file at `path`, parsed, or null. A path holding a zero byte names no file: libxml2 would
+// read the one named by the bytes before it.
+xmlDocPtr ReadXmlFile(const CStdStr& path) {
+  if (path.find('\0') != CStdStr::npos) return nullptr;
+  return xmlReadFile(path.c_str(), nullptr, k_xmlReadOptions);
+}
+
 // libxml2 2.12 made the error argument const; the handler keeps the older signature.
 #if LIBXML_VERSION >= 21200
 void ErrorHandlerAdapter(void* userData, const xmlError* error) {
@@ -81,7 +88,7 @@ _xmlSchema* XmlGlobals::GetSchema(const CStdStr& schemaPath, ValidationErrorInfo
   }
   // The entry stays, failed or not, so a schema is read at most once.
   SchemaHolder& holder = m_schemas[schemaPath];
-  holder.document = xmlReadFile(schemaPath.c_str(), nullptr, k_xmlReadOptions);
+  holder.document = ReadXmlFile(schemaPath);
   if (holder.document) holder.parser = xmlSchemaNewDocParserCtxt(holder.document);
   if (holder.parser) holder.schema = xmlSchemaParse(holder.parser);
   if (holder.schema) return holder.schema;
@@ -108,7 +115,7 @@ bool ValidateXmlDoc(_xmlDoc* doc, const CStdStr& schemaPath, ValidationErrorInfo
 }
 
 bool ValidateXmlFile(const CStdStr& xmlPath, const CStdStr& schemaPath, ValidationErrorInfo& info) {
-  xmlDocPtr doc = xmlReadFile(xmlPath.c_str(), nullptr, k_xmlReadOptions);
+  xmlDocPtr doc = ReadXmlFile(xmlPath);
   if (!doc) {
     info.code = ValidationErrorInfo::k_documentNotRead;
     info.file = xmlPath;
