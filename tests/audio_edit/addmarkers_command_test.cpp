@@ -16,10 +16,11 @@
 
 namespace {
 
-// Runs the program with `args` (stdout and stderr into files of `dir`); its exit code, or -1.
-int RunTool(const qotest::TempDir& dir, const std::string& args) {
-  const std::string command = std::string(QOBASE_TOOL_PATH) + " " + args + " >" + dir.File("stdout.txt") + " 2>" +
-                              dir.File("stderr.txt");
+// Runs the program with `args` (stdout and stderr into files of `dir`) after the shell commands
+// `setup`; its exit code, or -1.
+int RunTool(const qotest::TempDir& dir, const std::string& args, const std::string& setup = "") {
+  const std::string command = setup + std::string(QOBASE_TOOL_PATH) + " " + args + " >" + dir.File("stdout.txt") +
+                              " 2>" + dir.File("stderr.txt");
   const int status = std::system(command.c_str());
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
@@ -112,4 +113,18 @@ TEST(AddMarkersCommand, ExitCodesAndMessages) {
   }
   EXPECT_EQ(qotest::ReadFileBytes(in), before);
   EXPECT_FALSE(std::ifstream(dir.File("o.wav")).good());
+}
+
+TEST(AddMarkersCommand, AFailedWriteRemovesOnlyTheFileItCreated) {
+  qotest::TempDir dir;
+  const std::string in = dir.File("in.wav"), created = dir.File("new.wav"), existing = dir.File("old.wav");
+  WriteMono(in, 20000);
+  ASSERT_TRUE(qotest::WriteFileBytes(existing, "keep"));
+  // Under a file size limit of a few KiB (the signal ignored, so the write fails with EFBIG).
+  const std::string limit = "trap '' XFSZ; ulimit -f 8; ";
+  EXPECT_EQ(RunTool(dir, "addmarkers '" + in + "' '" + created + "' 1", limit), 1);
+  EXPECT_FALSE(std::ifstream(created).good());
+  EXPECT_EQ(RunTool(dir, "addmarkers '" + in + "' '" + existing + "' 1", limit), 1);
+  EXPECT_EQ(qotest::ReadFileBytes(dir.File("stderr.txt")), "qobase: " + existing + ": cannot write the file (is the disk full?)\n");
+  EXPECT_TRUE(std::ifstream(existing).good());
 }
