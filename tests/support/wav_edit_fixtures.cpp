@@ -1,5 +1,6 @@
 #include "wav_edit_fixtures.h"
 
+#include "temp_dir.h"
 #include "wav_builder.h"
 
 namespace qotest {
@@ -22,18 +23,17 @@ std::string PcmFormatBody(uint16_t channels, uint32_t rate, uint16_t bits, bool 
   return FmtBody(bigEndian, 1, channels, rate, bits);
 }
 
-std::string Pcm16Samples(uint32_t frames, uint16_t channels, int first) {
+std::string Pcm16Samples(uint32_t count) {
   std::string bytes;
-  for (uint32_t i = 0; i < frames * channels; ++i) bytes += U16(static_cast<uint16_t>(first + static_cast<int>(i)));
+  for (uint32_t i = 0; i < count; ++i) bytes += U16(static_cast<uint16_t>(i + 1));
   return bytes;
 }
 
 std::string CueBody(const std::initializer_list<uint32_t>& positions, bool bigEndian) {
   std::string body = U32(static_cast<uint32_t>(positions.size()), bigEndian);
   uint32_t id = 1;
-  for (uint32_t position : positions) {
-    body += U32(id++, bigEndian) + U32(position, bigEndian) + "data" + U32(0, bigEndian) + U32(0, bigEndian) +
-            U32(position, bigEndian);
+  for (uint32_t p : positions) {
+    body += U32(id++, bigEndian) + U32(p, bigEndian) + "data" + U32(0, bigEndian) + U32(0, bigEndian) + U32(p, bigEndian);
   }
   return body;
 }
@@ -44,13 +44,29 @@ std::string LablChunk(uint32_t id, const std::string& text, bool bigEndian) {
 
 std::string SmplBody(uint32_t loops, uint32_t start, uint32_t end, bool bigEndian) {
   std::string body;
-  for (uint32_t v : {0u, 0u, 22675u, 60u, 0u, 0u, 0u}) body += U32(v, bigEndian);
-  body += U32(loops, bigEndian) + U32(0, bigEndian);
+  for (uint32_t v : {0u, 0u, 22675u, 60u, 0u, 0u, 0u, loops, 0u}) body += U32(v, bigEndian);
   for (uint32_t i = 0; i < loops; ++i) {
-    body += U32(i, bigEndian) + U32(0, bigEndian) + U32(start + i, bigEndian) + U32(end + i, bigEndian) +
-            U32(0, bigEndian) + U32(0, bigEndian);
+    for (uint32_t v : {i, 0u, start + i, end + i, 0u, 0u}) body += U32(v, bigEndian);
   }
   return body;
+}
+
+OpenedWav::OpenedWav(const std::string& path, const char* mode)
+    : stream(std::fopen(path.c_str(), mode)), file(stream), ok(stream && riff.Init(file, nullptr)) {}
+
+OpenedWav::~OpenedWav() {
+  if (stream) std::fclose(stream);
+}
+
+std::string Written(QoFormatChunkBase& chunk, bool swap, unsigned int* result) {
+  TempDir dir;
+  {
+    zu::File out;
+    if (out.Open(zu::Path(dir.File("out.bin")), k_openModeWrite, 0) != 1) return "open failed";
+    const unsigned int code = chunk.WriteToFile(out, swap);
+    if (result) *result = code;
+  }
+  return ReadFileBytes(dir.File("out.bin"));
 }
 
 }  // namespace qotest

@@ -58,6 +58,9 @@ class QoFormatChunkBase {
   // Writes `size` bytes and classifies a failure: k_chunkOutOfSpace when the device is full,
   // else k_chunkFailure.
   static unsigned int WriteBytes(const zu::File& out, const void* bytes, unsigned int size);
+  // Whether a write after positioning `file` lands where it was positioned: the stream is open
+  // for writing and not in append mode (which sends every write to the end of the file).
+  static bool CanRewrite(const zu::File& file);
   // Reads up to `size` bytes at absolute offset `position` through the chunk's own handle.
   unsigned int ReadAt(void* buffer, unsigned int size, long long position);
   // Rewrites the chunk over its place in its own file and returns to the previous position.

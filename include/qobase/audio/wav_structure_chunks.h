@@ -22,10 +22,12 @@ class QoRiffChunk : public QoFormatChunkBase {
   unsigned int GetFileChunkSize() const override;
   // "RIFX" for a big-endian file, else "RIFF".
   unsigned int GetChunkID() override;
-  // Writes the head with the stored size, "RIFX" when `swap` else "RIFF", and the form type.
+  // Writes the head with the stored size and the form type. Writing with `swap` makes the ID
+  // "RIFX"; without, the container keeps the ID it was read with.
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
-  // Patches the head at offset 0 of `out` with its size (file size - 8) and returns to the
-  // position out had. 0, or 1 when out cannot be measured, positioned or written.
+  // Patches the head at offset 0 of `out` with the stored ID and its size (file size - 8) and
+  // returns to the position out had. 0, or 1 when out cannot be measured, positioned or
+  // written in place (an append-mode stream).
   virtual unsigned int UpdateRiffChunkSize(const zu::File& out, bool swap);
 
   uint32_t GetFormType() const { return m_formType; }
