@@ -1,5 +1,8 @@
 #include "wav_edit_fixtures.h"
 
+#include <qobase/audio/wav_file_reader.h>
+#include <qobase/result_code.h>
+
 #include "temp_dir.h"
 #include "wav_builder.h"
 
@@ -67,6 +70,31 @@ std::string Written(QoFormatChunkBase& chunk, bool swap, unsigned int* result) {
     if (result) *result = code;
   }
   return ReadFileBytes(dir.File("out.bin"));
+}
+
+bool WriteAll(QoWavFile& wav, const std::string& path, bool swap, bool compact) {
+  zu::File out;
+  if (out.Open(zu::Path(path), k_openModeWrite, 0) != QO::k_resultSuccess) return false;
+  return wav.WriteRiffChunk(out, swap) &&
+         (compact ? wav.WriteFormatChunk(out, swap) : wav.WriteFormatChunkNotExtensible(out, swap)) &&
+         wav.WriteCueChunk(out, swap) && wav.WriteListChunk(out, swap) && wav.WriteSmplChunk(out, swap) &&
+         wav.WriteJunkChunk(out, swap) && wav.WriteDataChunk(out, swap) && wav.UpdateRiffChunkSize(out, swap) &&
+         out.Close() == QO::k_resultSuccess;
+}
+
+ReadBack::ReadBack(const std::string& path, unsigned int channels) {
+  QoWavFileReader reader;
+  ok = reader.Open(zu::Path(path)) && reader.ReadChunks(0x1F);
+  if (!ok) return;
+  for (const QO_WAVE_MARKER& m : reader.GetMarkers()) {
+    markers.push_back(std::to_string(m.ID) + "@" + std::to_string(m.position) + ":" + (m.label ? m.label : ""));
+  }
+  loopStart = reader.GetLoopStartFrame();
+  loopEnd = reader.GetLoopEndFrame();
+  dataOffset = reader.GetDataOffset();
+  samples.resize(reader.GetNumFrames() * channels);
+  reader.SeekToAudioFrame(0);
+  samples.resize(reader.ReadPCMDataAsInt16(reader.GetNumFrames(), samples.data()) * channels);
 }
 
 }  // namespace qotest

@@ -2,12 +2,13 @@
 // label and sampler bodies those tests need, and a source file opened for the chunk objects.
 #pragma once
 
-#include <qobase/audio/wav_structure_chunks.h>
+#include <qobase/audio/wav_file.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 namespace qotest {
 
@@ -42,5 +43,19 @@ struct OpenedWav {
 
 // The bytes that chunk.WriteToFile(out, swap) writes into a new file; its result in *result.
 std::string Written(QoFormatChunkBase& chunk, bool swap, unsigned int* result = nullptr);
+
+// Writes container, format (the compact form, or the plain one), cue points, labels, sampler,
+// filler and data into a new file, then patches the container size.
+bool WriteAll(QoWavFile& wav, const std::string& path, bool swap, bool compact = true);
+
+// A file read back by QoWavFileReader: markers as "ID@position:label", the loop, the data offset
+// and the 16-bit samples of `channels` channels.
+struct ReadBack {
+  ReadBack(const std::string& path, unsigned int channels);
+  bool ok;
+  std::vector<std::string> markers;
+  unsigned int loopStart = 0, loopEnd = 0, dataOffset = 0;
+  std::vector<short> samples;
+};
 
 }  // namespace qotest
