@@ -38,22 +38,16 @@ TEST(WavCueChunk, LoadsEditsAndWritesCuePoints) {
   OpenedWav in(dir.File("a.wav"));
   QoCueChunk cues;
   ASSERT_TRUE(cues.Init(in.file, &in.riff));
-  EXPECT_EQ(cues.GetSize(), 76u);
   EXPECT_EQ(Positions(cues), (std::vector<uint32_t>{300, 100, 200}));
   EXPECT_EQ(cues.AddCue(100), 10u);  // one above the highest ID
-  EXPECT_EQ(cues.GetSize(), 100u);
   cues.SortCues();  // stable: the added cue follows the one already at 100
   const std::string added = U32(10) + U32(100) + "data" + U32(0) + U32(0) + U32(100);
   EXPECT_EQ(Written(cues, false), "cue " + U32(100) + U32(4) + body.substr(4 + 24, 24) + added +
                                       body.substr(4 + 48, 24) + body.substr(4, 24));
-  const std::string swapped = Written(cues, true);
-  EXPECT_EQ(swapped.substr(0, 12), "cue " + U32(100, true) + U32(4, true));
-  EXPECT_EQ(swapped.substr(36, 24), U32(10, true) + U32(100, true) + "data" + U32(0) + U32(0) + U32(100, true));
+  EXPECT_EQ(Written(cues, true).substr(36, 24), U32(10, true) + U32(100, true) + "data" + U32(0) + U32(0) + U32(100, true));
 
   QoCueChunk fresh;
-  unsigned int result = 0;
-  EXPECT_EQ(Written(fresh, false, &result), "");
-  EXPECT_EQ(result, QO::k_chunkFailure);
+  EXPECT_EQ(Written(fresh, false), "result 1: ");
   EXPECT_EQ(fresh.AddCue(5), 1u);
   EXPECT_EQ(Written(fresh, false), "cue " + U32(28) + CueBody({5}));
   fresh.Reset();
@@ -134,21 +128,18 @@ TEST(WavListChunk, LoadsEditsAndWritesLabelsOfTheFirstAdtlList) {
   ASSERT_TRUE(list.Init(in.file, &in.riff));
   EXPECT_EQ(Texts(list), (std::vector<std::string>{"1:Intro", "7:Go"}));
   EXPECT_EQ(list.GetLabels()[0].size, 6u);
-  EXPECT_EQ(list.GetSize(), 4u + 18 + 16);  // the note does not count
-  EXPECT_EQ(Written(list, false), "LIST" + U32(38) + "adtl" + LablChunk(1, "Intro") + LablChunk(7, "Go"));
+  EXPECT_EQ(Written(list, false), "LIST" + U32(38) + "adtl" + LablChunk(1, "Intro") + LablChunk(7, "Go"));  // no note
   EXPECT_EQ(Written(list, true), "LIST" + U32(38, true) + "adtl" + LablChunk(1, "Intro", true) + LablChunk(7, "Go", true));
 
   EXPECT_EQ(list.AddLabel(3, "ab"), 0u);
   EXPECT_EQ(list.RemoveLabel(1), 0u);
   EXPECT_EQ(list.RemoveLabel(1), 1u);
-  EXPECT_EQ(list.GetSize(), 4u + 16 + 16);
   EXPECT_EQ(Written(list, false), "LIST" + U32(36) + "adtl" + LablChunk(7, "Go") + LablChunk(3, "ab"));
   EXPECT_EQ(list.RemoveLabel(7) + list.RemoveLabel(3), 0u);
   EXPECT_EQ(Written(list, false), "LIST" + U32(4) + "adtl");  // still valid, with no label
 
   QoListChunk fresh;
   fresh.AddLabel(3, "ab");
-  EXPECT_EQ(fresh.GetSize(), 20u);
   EXPECT_EQ(Written(fresh, false), "LIST" + U32(20) + "adtl" + "labl" + U32(7) + U32(3) + std::string("ab\0\0", 4));
   fresh.Reset();
   EXPECT_TRUE(fresh.GetLabels().empty());
@@ -191,18 +182,12 @@ TEST(WavSmplChunk, LoadsTheFirstLoopOrCreatesOne) {
   unsigned int start = 0, end = 0;
   EXPECT_TRUE(smpl.GetLoopPosition(start, end));
   EXPECT_EQ(std::make_pair(start, end), std::make_pair(100u, 200u));
-  SAMPLER sampler;
-  smpl.GetSamplerInfo(sampler);
-  EXPECT_EQ(sampler.dwSamplePeriod, 22675u);
   EXPECT_EQ(Written(smpl, false), "smpl" + U32(60) + SmplBody(1, 100, 200));
   EXPECT_EQ(Written(smpl, true), "smpl" + U32(60, true) + SmplBody(1, 100, 200, true));
   smpl.SetLoopPosition(5, 6);
-  SAMPLER_LOOP loop;
-  smpl.GetLoopInfo(loop);
-  EXPECT_EQ(std::make_pair(loop.dwStart, loop.dwEnd), std::make_pair(5u, 6u));
+  EXPECT_EQ(Written(smpl, false).substr(8 + 36 + 8, 8), U32(5) + U32(6));
   EXPECT_TRUE(smpl.ForceInitLoop(two.file, &two.riff, 1, 2));  // the file's loop wins
-  EXPECT_TRUE(smpl.GetLoopPosition(start, end));
-  EXPECT_EQ(start, 100u);
+  EXPECT_EQ(Written(smpl, false), "smpl" + U32(60) + SmplBody(1, 100, 200));
 
   for (const char* name : {"none.wav", "cut.wav"}) {
     SCOPED_TRACE(name);
@@ -211,7 +196,7 @@ TEST(WavSmplChunk, LoadsTheFirstLoopOrCreatesOne) {
     EXPECT_FALSE(created.Init(in.file, &in.riff));
     EXPECT_FALSE(created.GetLoopPosition(start, end));
     created.SetLoopPosition(1, 2);  // ignored
-    EXPECT_EQ(Written(created, false), "");
+    EXPECT_EQ(Written(created, false), "result 1: ");
     EXPECT_TRUE(created.ForceInitLoop(in.file, &in.riff, 10, 20));
     EXPECT_EQ(Written(created, false), "smpl" + U32(60) + SmplBody(1, 10, 20));
     // Not in the file, but rescaled: the end limited to the last frame, the start past it made 0.

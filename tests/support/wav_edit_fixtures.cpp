@@ -4,27 +4,8 @@
 #include <qobase/result_code.h>
 
 #include "temp_dir.h"
-#include "wav_builder.h"
 
 namespace qotest {
-
-std::string U16(uint16_t value, bool bigEndian) { return ByteBuilder(bigEndian).U16(value).Bytes(); }
-
-std::string U32(uint32_t value, bool bigEndian) { return ByteBuilder(bigEndian).U32(value).Bytes(); }
-
-std::string ChunkWithSize(const std::string& id, uint32_t size, const std::string& body, bool bigEndian) {
-  return ByteBuilder(bigEndian).ChunkWithSize(id, size, body).Bytes();
-}
-
-std::string Chunk(const std::string& id, const std::string& body, bool bigEndian) {
-  return ByteBuilder(bigEndian).Chunk(id, body).Bytes();
-}
-
-std::string Riff(const std::string& chunks, bool bigEndian) { return WaveFile(bigEndian, chunks); }
-
-std::string PcmFormatBody(uint16_t channels, uint32_t rate, uint16_t bits, bool bigEndian) {
-  return FmtBody(bigEndian, 1, channels, rate, bits);
-}
 
 std::string Pcm16Samples(uint32_t count) {
   std::string bytes;
@@ -32,24 +13,20 @@ std::string Pcm16Samples(uint32_t count) {
   return bytes;
 }
 
-std::string CueBody(const std::initializer_list<uint32_t>& positions, bool bigEndian) {
-  std::string body = U32(static_cast<uint32_t>(positions.size()), bigEndian);
+std::string CueBody(const std::initializer_list<uint32_t>& positions, bool big) {
+  std::string body = U32(static_cast<uint32_t>(positions.size()), big);
   uint32_t id = 1;
   for (uint32_t p : positions) {
-    body += U32(id++, bigEndian) + U32(p, bigEndian) + "data" + U32(0, bigEndian) + U32(0, bigEndian) + U32(p, bigEndian);
+    body += U32(id++, big) + U32(p, big) + "data" + U32(0, big) + U32(0, big) + U32(p, big);
   }
   return body;
 }
 
-std::string LablChunk(uint32_t id, const std::string& text, bool bigEndian) {
-  return Chunk("labl", U32(id, bigEndian) + text + std::string(1, '\0'), bigEndian);
-}
-
-std::string SmplBody(uint32_t loops, uint32_t start, uint32_t end, bool bigEndian) {
+std::string SmplBody(uint32_t loops, uint32_t start, uint32_t end, bool big) {
   std::string body;
-  for (uint32_t v : {0u, 0u, 22675u, 60u, 0u, 0u, 0u, loops, 0u}) body += U32(v, bigEndian);
+  for (uint32_t v : {0u, 0u, 22675u, 60u, 0u, 0u, 0u, loops, 0u}) body += U32(v, big);
   for (uint32_t i = 0; i < loops; ++i) {
-    for (uint32_t v : {i, 0u, start + i, end + i, 0u, 0u}) body += U32(v, bigEndian);
+    for (uint32_t v : {i, 0u, start + i, end + i, 0u, 0u}) body += U32(v, big);
   }
   return body;
 }
@@ -61,15 +38,16 @@ OpenedWav::~OpenedWav() {
   if (stream) std::fclose(stream);
 }
 
-std::string Written(QoFormatChunkBase& chunk, bool swap, unsigned int* result) {
+std::string Written(QoFormatChunkBase& chunk, bool swap) {
   TempDir dir;
+  unsigned int code = QO::k_chunkSuccess;
   {
     zu::File out;
     if (out.Open(zu::Path(dir.File("out.bin")), k_openModeWrite, 0) != 1) return "open failed";
-    const unsigned int code = chunk.WriteToFile(out, swap);
-    if (result) *result = code;
+    code = chunk.WriteToFile(out, swap);
   }
-  return ReadFileBytes(dir.File("out.bin"));
+  const std::string bytes = ReadFileBytes(dir.File("out.bin"));
+  return code == QO::k_chunkSuccess ? bytes : "result " + std::to_string(code) + ": " + bytes;
 }
 
 bool WriteAll(QoWavFile& wav, const std::string& path, bool swap, bool compact) {
