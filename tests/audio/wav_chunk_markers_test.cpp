@@ -44,7 +44,8 @@ TEST(WavCueChunk, LoadsEditsAndWritesCuePoints) {
   const std::string added = U32(10) + U32(100) + "data" + U32(0) + U32(0) + U32(100);
   EXPECT_EQ(Written(cues, false), "cue " + U32(100) + U32(4) + body.substr(4 + 24, 24) + added +
                                       body.substr(4 + 48, 24) + body.substr(4, 24));
-  EXPECT_EQ(Written(cues, true).substr(36, 24), U32(10, true) + U32(100, true) + "data" + U32(0) + U32(0) + U32(100, true));
+  EXPECT_EQ(Written(cues, true).substr(36, 24),
+            U32(10, true) + U32(100, true) + "data" + U32(0) + U32(0) + U32(100, true));
 
   QoCueChunk fresh;
   EXPECT_EQ(Written(fresh, false), "result 1: ");
@@ -121,7 +122,8 @@ TEST(WavListChunk, LoadsEditsAndWritesLabelsOfTheFirstAdtlList) {
   TempDir dir;
   // An "INFO" list first, then the labels with a note that is dropped.
   const std::string info = Chunk("LIST", "INFO" + Chunk("INAM", "name"));
-  const std::string adtl = Chunk("LIST", "adtl" + LablChunk(1, "Intro") + Chunk("note", U32(1) + "no") + LablChunk(7, "Go"));
+  const std::string adtl =
+      Chunk("LIST", "adtl" + LablChunk(1, "Intro") + Chunk("note", U32(1) + "no") + LablChunk(7, "Go"));
   ASSERT_TRUE(WriteFileBytes(dir.File("a.wav"), Riff(info + Chunk("fmt ", PcmFormatBody(1, 8000, 16)) + adtl)));
   OpenedWav in(dir.File("a.wav"));
   QoListChunk list;
@@ -129,7 +131,8 @@ TEST(WavListChunk, LoadsEditsAndWritesLabelsOfTheFirstAdtlList) {
   EXPECT_EQ(Texts(list), (std::vector<std::string>{"1:Intro", "7:Go"}));
   EXPECT_EQ(list.GetLabels()[0].size, 6u);
   EXPECT_EQ(Written(list, false), "LIST" + U32(38) + "adtl" + LablChunk(1, "Intro") + LablChunk(7, "Go"));  // no note
-  EXPECT_EQ(Written(list, true), "LIST" + U32(38, true) + "adtl" + LablChunk(1, "Intro", true) + LablChunk(7, "Go", true));
+  EXPECT_EQ(Written(list, true),
+            "LIST" + U32(38, true) + "adtl" + LablChunk(1, "Intro", true) + LablChunk(7, "Go", true));
 
   EXPECT_EQ(list.AddLabel(3, "ab"), 0u);
   EXPECT_EQ(list.RemoveLabel(1), 0u);
@@ -157,7 +160,8 @@ TEST(WavListChunk, BadListsGiveNoLabelsOrStopBeforeTheBadOne) {
       {Riff(Chunk("LIST", "adtl" + LablChunk(4, "one") + "lab")), {"4:one"}},  // head cut by the list end
       {Riff(Chunk("LIST", "adtl")), {}},
       // A list and a label claiming nearly 4 GiB in a small file.
-      {Riff(ChunkWithSize("LIST", 0xFFFFFF00u, "adtl" + LablChunk(1, "a") + "labl" + U32(0xFFFFF000u) + "xx")), {"1:a"}},
+      {Riff(ChunkWithSize("LIST", 0xFFFFFF00u, "adtl" + LablChunk(1, "a") + "labl" + U32(0xFFFFF000u) + "xx")),
+       {"1:a"}},
       {Riff(Chunk("LIST", "adtl" + LablChunk(1, "abcdef"))).substr(0, 40), {}},  // cut by the end of the file
   };
   TempDir dir;

@@ -5,7 +5,6 @@
 
 #include <sndfile.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -17,11 +16,7 @@ TEST(WavFileSndfile, EditsAFileOfLibsndfileAndLibsndfileReadsTheResult) {
   const std::string source = dir.File("sndfile.wav"), output = dir.File("out.wav");
   std::vector<short> samples(5000 * 2);
   for (size_t i = 0; i < samples.size(); ++i) samples[i] = static_cast<short>((i * 131) % 60000 - 30000);
-  SF_INFO info;
-  std::memset(&info, 0, sizeof(info));
-  info.samplerate = 48000;
-  info.channels = 2;
-  info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+  SF_INFO info = {0, 48000, 2, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0, 0};
   SNDFILE* file = sf_open(source.c_str(), SFM_WRITE, &info);
   ASSERT_NE(file, nullptr);
   EXPECT_EQ(sf_writef_short(file, samples.data(), 5000), 5000);
@@ -45,7 +40,7 @@ TEST(WavFileSndfile, EditsAFileOfLibsndfileAndLibsndfileReadsTheResult) {
   EXPECT_EQ(back.dataOffset % 16, 0u);
   EXPECT_EQ(back.samples, samples);
 
-  std::memset(&info, 0, sizeof(info));
+  info = SF_INFO();
   file = sf_open(output.c_str(), SFM_READ, &info);
   ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
   EXPECT_EQ(info.frames, 5000);
@@ -54,15 +49,13 @@ TEST(WavFileSndfile, EditsAFileOfLibsndfileAndLibsndfileReadsTheResult) {
   std::vector<short> read(samples.size());
   EXPECT_EQ(sf_readf_short(file, read.data(), 5000), 5000);
   EXPECT_EQ(read, samples);
-  SF_CUES cues;
-  std::memset(&cues, 0, sizeof(cues));
+  SF_CUES cues{};
   ASSERT_EQ(sf_command(file, SFC_GET_CUE, &cues, sizeof(cues)), SF_TRUE);
   ASSERT_EQ(cues.cue_count, 2u);
   EXPECT_EQ(cues.cue_points[0].indx, 1);
   EXPECT_EQ(cues.cue_points[0].position, 1000u);
   EXPECT_EQ(cues.cue_points[1].position, 4000u);
-  SF_INSTRUMENT instrument;
-  std::memset(&instrument, 0, sizeof(instrument));
+  SF_INSTRUMENT instrument{};
   ASSERT_EQ(sf_command(file, SFC_GET_INSTRUMENT, &instrument, sizeof(instrument)), SF_TRUE);
   ASSERT_EQ(instrument.loop_count, 1);
   EXPECT_EQ(instrument.loops[0].start, 1200u);

@@ -121,7 +121,10 @@ TEST(WavFile, OpenRefusesWhatIsNoUsableWaveFile) {
       {"nofmt.wav", Riff(data)},
       {"text.wav", "just some text, not a sound file"},
       {"cut.wav", Riff(fmt + data).substr(0, 30)},
-      {"wrap.wav", Riff(fmt + ChunkWithSize("data", 0xFFFFFFF0u, "ab"))},
+      {"wrap.wav", Riff(fmt + ChunkWithSize("data", 0xFFFFFFF0u, "ab"))},  // a size wrapping the offset
+      {"self.wav", Riff(fmt + ChunkWithSize("big ", 0xFFFFFFF8u, "") + data)},  // one leading back to itself
+      {"late.wav", Chunk("junk", "1234") + Riff(fmt + data)},  // the container must start the file
+      {"short.wav", "RIFF\x04"},
       {"missing.wav", ""},
   };
   QoWavFile wav;

@@ -70,7 +70,8 @@ TEST(AddMarkersCommand, ExitCodesMessagesAndFailedWrites) {
     std::string message;
   } cases[] = {
       {"", "'" + in + "' '" + created + "' -5", 2, "qobase addmarkers: bad time '-5'" + usage},
-      {"", "'" + in + "' '" + created + "' 20000", 1, "qobase: " + in + ": time 20000 is past the end (20000 frames)\n"},
+      {"", "'" + in + "' '" + created + "' 20000", 1,
+       "qobase: " + in + ": time 20000 is past the end (20000 frames)\n"},
       {"", "'" + in + "' '" + in + "' 1", 1, "qobase: " + in + ": is the input file; write the result to a new file\n"},
       {"", "'" + in + "' /dev/full 1", 1, "qobase: /dev/full" + full},
       // Only the file this run created is removed after a failed write.
