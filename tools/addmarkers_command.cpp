@@ -42,10 +42,14 @@ bool ParseTime(const std::string& text, unsigned int sampleRate, unsigned long l
   return *end == '\0' && errno == 0;
 }
 
-// Removes a partly written output, but never a device or anything else that is not a plain file.
-void RemovePartialOutput(const std::string& path) {
+// Removes a partly written output, but only the regular file this run created: never a file
+// that was there before, a device, or whatever has taken the name since.
+void RemovePartialOutput(const std::string& path, bool created, const struct stat& opened) {
   struct stat info;
-  if (lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode)) std::remove(path.c_str());
+  if (created && lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && info.st_dev == opened.st_dev &&
+      info.st_ino == opened.st_ino) {
+    std::remove(path.c_str());
+  }
 }
 
 // The same file, by device and inode, when both exist.
@@ -115,8 +119,11 @@ int RunAddMarkers(const std::vector<std::string>& args) {
   wav.SortCueChunk();
 
   const bool swap = wav.m_riffChunk.NeedSwapRead();
+  struct stat existing, opened;
+  const bool created = lstat(out.c_str(), &existing) != 0 && errno == ENOENT;
   zu::File target;
   if (target.Open(zu::Path(out), k_openModeWrite, 0) != QO::k_resultSuccess) return Fail(out, "cannot create the file");
+  const bool measured = fstat(fileno(target.GetStream()), &opened) == 0;
   const bool written =
       wav.WriteRiffChunk(target, swap) &&
       (compact ? wav.WriteFormatChunk(target, swap) : wav.WriteFormatChunkNotExtensible(target, swap)) &&
@@ -124,7 +131,7 @@ int RunAddMarkers(const std::vector<std::string>& args) {
       wav.WriteJunkChunk(target, swap) && wav.WriteDataChunk(target, swap) && wav.UpdateRiffChunkSize(target, swap);
   const bool closed = target.Close() == QO::k_resultSuccess;
   if (!written || !closed) {
-    RemovePartialOutput(out);
+    RemovePartialOutput(out, created && measured, opened);
     return Fail(out, "cannot write the file (is the disk full?)");
   }
   std::vector<WAV_CUE> cues;

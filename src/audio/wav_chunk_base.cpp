@@ -2,6 +2,8 @@
 #include <qobase/audio/wav_byte_swap.h>
 #include <qobase/audio/wav_chunk_base.h>
 
+#include <fcntl.h>
+
 #include <cerrno>
 #include <cstdio>
 
@@ -94,6 +96,13 @@ unsigned int QoFormatChunkBase::WriteBytes(const zu::File& out, const void* byte
   return zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace : QO::k_chunkFailure;
 }
 
+bool QoFormatChunkBase::CanRewrite(const zu::File& file) {
+  FILE* stream = file.GetStream();
+  const int descriptor = stream ? fileno(stream) : -1;
+  const int flags = descriptor < 0 ? -1 : fcntl(descriptor, F_GETFL);
+  return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY && (flags & O_APPEND) == 0;
+}
+
 unsigned int QoFormatChunkBase::ReadAt(void* buffer, unsigned int size, long long position) {
   if (!m_file || m_file->SetFilePointer(position, zu::k_fileBegin) < 0) return 0;
   unsigned int bytesRead = 0;
@@ -102,7 +111,9 @@ unsigned int QoFormatChunkBase::ReadAt(void* buffer, unsigned int size, long lon
 }
 
 unsigned int QoFormatChunkBase::RewriteInPlace(bool swap) {
-  if (!m_valid || !m_file || m_dataOffset < 8 || m_header.size != m_sizeInFile) return QO::k_chunkFailure;
+  if (!m_valid || !m_file || m_dataOffset < 8 || m_header.size != m_sizeInFile || !CanRewrite(*m_file)) {
+    return QO::k_chunkFailure;
+  }
   const long long previous = m_file->SetFilePointer(0, zu::k_fileCurrent);
   if (previous < 0 || m_file->SetFilePointer(m_dataOffset - 8, zu::k_fileBegin) < 0) return QO::k_chunkFailure;
   unsigned int result = WriteToFile(*m_file, swap);

@@ -82,7 +82,7 @@ unsigned int QoDataChunk::WriteToFile(const zu::File& out, bool swap, QO::Sonvo:
 
   // The source ended early: the chunk keeps what could be copied, and its head says so.
   m_header.size = copied;
-  if (headEnd < 8) return QO::k_chunkFailure;
+  if (headEnd < 8 || !CanRewrite(out)) return QO::k_chunkFailure;
   RIFFHEADER header = m_header;
   if (swap) WavByteSwapHelpers::Convert(header);
   if (out.SetFilePointer(headEnd - 8, zu::k_fileBegin) < 0) return QO::k_chunkFailure;
@@ -104,6 +104,7 @@ unsigned int QoDataChunk::_UpdateChunkSize(const zu::File& out, unsigned int dat
                                            bool swap) {
   if (!m_valid || dataOffset < 8) return QO::k_chunkFailure;
   m_header.size = size;
+  if (!CanRewrite(out)) return QO::k_chunkFailure;
   const long long previous = out.SetFilePointer(0, zu::k_fileCurrent);
   if (previous < 0 || out.SetFilePointer(dataOffset - 8, zu::k_fileBegin) < 0) return QO::k_chunkFailure;
   bool written = WriteChunkHeader(out, swap);

@@ -27,21 +27,22 @@ unsigned int QoRiffChunk::GetChunkID() { return m_needSwap ? QO::k_fccRIFX : QO:
 
 unsigned int QoRiffChunk::WriteToFile(const zu::File& out, bool swap) {
   if (!m_valid) return QO::k_chunkFailure;
-  m_header.chunkID = swap ? QO::k_fccRIFX : QO::k_fccRIFF;
+  // Writing big-endian makes the container "RIFX"; otherwise it keeps the ID it was read with.
+  if (swap) m_header.chunkID = QO::k_fccRIFX;
   uint32_t head[3] = {m_header.chunkID, swap ? WavByteSwapHelpers::Swap32(m_header.size) : m_header.size,
                       m_formType};
   return WriteBytes(out, head, sizeof(head));
 }
 
 unsigned int QoRiffChunk::UpdateRiffChunkSize(const zu::File& out, bool swap) {
-  if (!m_valid) return QO::k_chunkFailure;
+  if (!m_valid || !CanRewrite(out)) return QO::k_chunkFailure;
   // Positioning writes out what is buffered, so the size below counts everything written.
   const long long previous = out.SetFilePointer(0, zu::k_fileCurrent);
   if (previous < 0 || std::fflush(out.GetStream()) != 0) return QO::k_chunkFailure;
   const long long fileSize = out.GetFileSize();
   if (fileSize < 8 || fileSize - 8 > 0xFFFFFFFFll) return QO::k_chunkFailure;
   const uint32_t size = static_cast<uint32_t>(fileSize - 8);
-  uint32_t head[2] = {swap ? QO::k_fccRIFX : QO::k_fccRIFF, swap ? WavByteSwapHelpers::Swap32(size) : size};
+  uint32_t head[2] = {m_header.chunkID, swap ? WavByteSwapHelpers::Swap32(size) : size};
   if (out.SetFilePointer(0, zu::k_fileBegin) != 0) return QO::k_chunkFailure;
   const bool written = out.WriteExact(head, sizeof(head));
   if (out.SetFilePointer(previous, zu::k_fileBegin) < 0 || !written) return QO::k_chunkFailure;

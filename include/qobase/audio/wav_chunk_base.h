@@ -58,11 +58,15 @@ class QoFormatChunkBase {
   // Writes `size` bytes and classifies a failure: k_chunkOutOfSpace when the device is full,
   // else k_chunkFailure.
   static unsigned int WriteBytes(const zu::File& out, const void* bytes, unsigned int size);
+  // Whether a write after positioning `file` lands where it was positioned: the stream is open
+  // for writing and not in append mode (which sends every write to the end of the file).
+  static bool CanRewrite(const zu::File& file);
   // Reads up to `size` bytes at absolute offset `position` through the chunk's own handle.
   unsigned int ReadAt(void* buffer, unsigned int size, long long position);
   // Rewrites the chunk over its place in its own file and returns to the previous position.
-  // Refused (k_chunkFailure) unless the chunk was found in the file and still has the body
-  // size it has there, so that nothing outside the chunk is ever touched.
+  // Refused (k_chunkFailure) unless the chunk was found in the file, still has the body size it
+  // has there, and the stream writes in place (CanRewrite), so nothing outside the chunk is
+  // ever touched.
   unsigned int RewriteInPlace(bool swap);
   // Converts a u32 read from the file to host order.
   uint32_t FromFile(uint32_t value) const;

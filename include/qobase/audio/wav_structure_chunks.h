@@ -22,10 +22,12 @@ class QoRiffChunk : public QoFormatChunkBase {
   unsigned int GetFileChunkSize() const override;
   // "RIFX" for a big-endian file, else "RIFF".
   unsigned int GetChunkID() override;
-  // Writes the head with the stored size, "RIFX" when `swap` else "RIFF", and the form type.
+  // Writes the head with the stored size and the form type. Writing with `swap` makes the ID
+  // "RIFX"; without, the container keeps the ID it was read with.
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
-  // Patches the head at offset 0 of `out` with its size (file size - 8) and returns to the
-  // position out had. 0, or 1 when out cannot be measured, positioned or written.
+  // Patches the head at offset 0 of `out` with the stored ID and its size (file size - 8) and
+  // returns to the position out had. 0, or 1 when out cannot be measured, positioned or
+  // written in place (an append-mode stream).
   virtual unsigned int UpdateRiffChunkSize(const zu::File& out, bool swap);
 
   uint32_t GetFormType() const { return m_formType; }
@@ -77,17 +79,18 @@ class QoDataChunk : public QoFormatChunkBase {
   // Writes the head (the stored size), then copies the body from the source, reporting
   // SetRange(0, size), SetPosition(0) and the bytes copied at the end of each 16 KiB block and
   // of the copy. A source that ends early leaves a chunk of the bytes copied: the head in out is
-  // rewritten with that size (kept as the stored size) and the result is still 0. A failed write
-  // gives 2 when the device is full, else 1.
+  // rewritten with that size (kept as the stored size) and the result is still 0, or 1 when out
+  // cannot be rewritten in place (append mode, a pipe). A failed write gives 2 when the device
+  // is full, else 1.
   virtual unsigned int WriteToFile(const zu::File& out, bool swap, QO::Sonvo::IProgress* progress);
   // The 8-byte head only. 0 or 1.
   virtual unsigned int WriteChunkHeaderToFile(const zu::File& out, bool swap);
   // Sets the size and rewrites the head in place in the source file. 0 or 1 (1 also when the
-  // file was not opened for writing).
+  // file was not opened for writing or is in append mode).
   virtual unsigned int UpdateChunkSize(unsigned int size, bool swap);
 
   // Sets the size and rewrites the head of a data chunk whose body starts at `dataOffset` in
-  // `out`, returning to out's position. 0 or 1.
+  // `out`, returning to out's position. 0 or 1 (1 for an out in append mode).
   unsigned int _UpdateChunkSize(const zu::File& out, unsigned int dataOffset, unsigned int size, bool swap);
 };
 
