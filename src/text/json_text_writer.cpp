@@ -8,7 +8,7 @@ namespace {
 // True when the text holds a character that JSON escapes with a backslash.
 bool NeedsJsonEscape(const CStdStr& text) {
   const char* end = text.data() + text.size();
-  return qobase_text::FindJsonSpecial(text.data(), end) != end;
+  return qobase_text::FindJsonSpecial(text.data(), text.data(), end) != end;
 }
 
 const char* OpeningBracket(QO::XmlElementType::ElementType type) {
@@ -114,8 +114,8 @@ void JSONTextWriter::WriteEndElement() {
 void JSONTextWriter::WriteEscaped(const CStdStr& text) {
   const char* run = text.data();
   const char* const end = run + text.size();
-  for (const char* p = qobase_text::FindJsonSpecial(run, end); p != end;
-       p = qobase_text::FindJsonSpecial(run, end)) {
+  for (const char* p = qobase_text::FindJsonSpecial(text.data(), run, end); p != end;
+       p = qobase_text::FindJsonSpecial(text.data(), run, end)) {
     WriteString(run, static_cast<std::size_t>(p - run));
     char escape[2] = {'\\', *p};
     switch (*p) {

@@ -10,7 +10,7 @@ const char k_documentHeader[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
 // True when the text holds one of " & < >, the characters that may need an entity.
 bool NeedsXmlEscape(const CStdStr& text) {
   const char* end = text.data() + text.size();
-  return qobase_text::FindXmlSpecial(text.data(), end, true) != end;
+  return qobase_text::FindXmlSpecial(text.data(), text.data(), end, true) != end;
 }
 
 }  // namespace
@@ -44,8 +44,8 @@ void XmlTextWriterLite2::EscapeXMLCharacters(CStdStr& text, bool attribute) {
 void XmlTextWriterLite2::WriteEscaped(const CStdStr& text, bool attribute) {
   const char* run = text.data();
   const char* const end = run + text.size();
-  for (const char* p = qobase_text::FindXmlSpecial(run, end, attribute); p != end;
-       p = qobase_text::FindXmlSpecial(run, end, attribute)) {
+  for (const char* p = qobase_text::FindXmlSpecial(text.data(), run, end, attribute); p != end;
+       p = qobase_text::FindXmlSpecial(text.data(), run, end, attribute)) {
     WriteString(run, static_cast<std::size_t>(p - run));
     switch (*p) {
       case '&': WriteString("&amp;", 5); break;

@@ -316,6 +316,42 @@ TEST(JsonTextWriterTest, EmptyElementsEscapesAndStates) {
   EXPECT_EQ(text, "a\\\\\\\"b\x01/\\t");
 }
 
+// The writers escape in one pass with a block scan whose last block overlaps the one before;
+// every length and every position of a special character must give what the plain sequential
+// replacements give.
+TEST(TextWriterEscapeTest, OnePassScanMatchesSequentialReplacementAtEveryPosition) {
+  for (std::size_t length = 0; length <= 40; ++length) {
+    for (std::size_t at = 0; at <= length; ++at) {
+      for (const char special : {'&', '<', '>', '"', '\\', '\n'}) {
+        std::string raw(length, 'x');
+        if (at < length) raw[at] = special;
+        if (length > 3) raw[length - 1 - at % 3] = special;  // a second hit near the end
+        const CStdStr text(raw);
+
+        for (const bool attribute : {false, true}) {
+          CStdStr expected(text);
+          XmlTextWriterLite2::EscapeXMLCharacters(expected, attribute);
+          XmlTextWriterLite2 writer;
+          writer.WriteStartElement("e", Object);
+          if (attribute) {
+            writer.WriteAttributeString("a", text);
+          } else {
+            writer.WriteString(text);
+          }
+          EXPECT_EQ(Text(writer), attribute ? "<e a=\"" + expected + "\"" : "<e>" + expected);
+        }
+
+        CStdStr expected(text);
+        JSONTextWriter::EscapeJSONCharacters(expected);
+        JSONTextWriter writer;
+        writer.WriteStartElement("e", Object);
+        writer.WriteAttributeString("a", text);
+        EXPECT_NE(Text(writer).find("\"" + expected + "\""), std::string::npos) << Text(writer);
+      }
+    }
+  }
+}
+
 TEST(JsonTextWriterTest, AppendAfterAValueAddsTheSeparator) {
   JSONTextWriter fragment;
   Play(fragment, "<f|'1|>");
