@@ -3,8 +3,6 @@
 #include <qobase/audio/wav_file_reader.h>
 #include <qobase/audio/wav_file_writer.h>
 
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstdio>
@@ -14,6 +12,7 @@
 #include <vector>
 
 #include "command.h"
+#include "demo_scratch_dir.h"
 #include "wav_summary.h"
 
 namespace qobase_tool {
@@ -48,14 +47,9 @@ bool WriteDemoFile(const std::string& path) {
 }
 
 bool AudioDemo(std::ostream& out) {
-  const char* base = getenv("TMPDIR");
-  std::string pattern =
-      std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/qobase-demo-XXXXXX";
-  std::vector<char> name(pattern.begin(), pattern.end());
-  name.push_back('\0');
-  if (mkdtemp(name.data()) == nullptr) return false;
-  const std::string dir(name.data());
-  const std::string path = dir + "/tone.wav";
+  const DemoScratchDir scratch;
+  if (!scratch.IsValid()) return false;
+  const std::string path = scratch.File("tone.wav");
 
   bool ok = WriteDemoFile(path);
   if (ok) {
@@ -76,8 +70,6 @@ bool AudioDemo(std::ostream& out) {
       out << line;
     }
   }
-  std::remove(path.c_str());
-  rmdir(dir.c_str());
   return ok;
 }
 

@@ -11,6 +11,7 @@
 #include <ostream>
 
 #include "command.h"
+#include "demo_scratch_dir.h"
 
 namespace qobase_tool {
 namespace {
@@ -58,17 +59,14 @@ bool FilesDemoIn(const zu::Path& scratch, std::ostream& out) {
 }
 
 bool FilesDemo(std::ostream& out) {
-  char pattern[] = "/tmp/qobase-demo-XXXXXX";
-  if (!mkdtemp(pattern)) return false;
-  const zu::Path scratch(pattern);
-  bool passed = false;
+  const DemoScratchDir scratch;
+  if (!scratch.IsValid()) return false;
   try {
-    passed = FilesDemoIn(scratch, out);
+    return FilesDemoIn(zu::Path(scratch.Path()), out);
   } catch (const std::exception& error) {
     out << "   error: " << error.what() << "\n";
+    return false;
   }
-  scratch.Remove(true);
-  return passed;
 }
 
 const DemoRegistration s_section({20, "files and paths", FilesDemo});

@@ -2,14 +2,13 @@
 // folder, lists its merged events, converts it and cleans up.
 #include <qobase/midi/midi_file.h>
 
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <ostream>
 #include <string>
 
 #include "command.h"
+#include "demo_scratch_dir.h"
 #include "midi_event_text.h"
 
 namespace qobase_tool {
@@ -53,10 +52,10 @@ bool WriteWhole(const std::string& path, const std::string& bytes) {
 }
 
 bool MidiDemo(std::ostream& out) {
-  char folder[] = "/tmp/qobase-midi-demo-XXXXXX";
-  if (!mkdtemp(folder)) return false;
-  const std::string source = std::string(folder) + "/demo.mid";
-  const std::string converted = std::string(folder) + "/demo.qmid";
+  const DemoScratchDir scratch;
+  if (!scratch.IsValid()) return false;
+  const std::string source = scratch.File("demo.mid");
+  const std::string converted = scratch.File("demo.qmid");
   bool ok = WriteWhole(source, DemoFile());
   if (ok) {
     QoMidiFile midi;
@@ -82,9 +81,6 @@ bool MidiDemo(std::ostream& out) {
       if (file) std::fclose(file);
     }
   }
-  std::remove(converted.c_str());
-  std::remove(source.c_str());
-  rmdir(folder);
   return ok;
 }
 

@@ -4,7 +4,6 @@
 #include <qobase/text/xml_text_writer_lite2.h>
 #include <qobase/text/xml_validation.h>
 
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +12,7 @@
 #include <string>
 
 #include "command.h"
+#include "demo_scratch_dir.h"
 
 namespace qobase_tool {
 namespace {
@@ -84,7 +84,6 @@ bool ValidateSession(std::ostream& out, const std::string& dir, const std::strin
     while (!message.empty() && message.back() == '\n') message.pop_back();
     out << "invalid (code " << info.code << ", line " << info.line << ": " << message << ")\n";
   }
-  std::remove(path.c_str());
   return valid;
 }
 
@@ -95,18 +94,16 @@ bool TextDemo(std::ostream& out) {
   WriteSession(json, "0");
   out << "   As XML:\n" << Contents(xml) << "   As JSON:\n" << Contents(json) << "\n";
 
-  char dirTemplate[] = "/tmp/qobase-demo-XXXXXX";
-  if (!mkdtemp(dirTemplate)) return false;
-  const std::string dir = dirTemplate;
-  const std::string schema = dir + "/session.xsd";
+  const DemoScratchDir scratch;
+  if (!scratch.IsValid()) return false;
+  const std::string& dir = scratch.Path();
+  const std::string schema = scratch.File("session.xsd");
   bool ok = static_cast<bool>(std::ofstream(schema) << k_sessionSchema);
   out << "   Validation against a built-in schema:\n";
   ValidationErrorInfo validInfo, invalidInfo;
   ok = ok && ValidateSession(out, dir, schema, "0", validInfo);
   ok = ok && !ValidateSession(out, dir, schema, "loud", invalidInfo) &&
        invalidInfo.code == ValidationErrorInfo::k_documentNotValid;
-  std::remove(schema.c_str());
-  rmdir(dir.c_str());
   return ok;
 }
 
