@@ -17,6 +17,8 @@
 #include <string>
 #include <vector>
 
+#include "bench_support.h"
+
 namespace {
 
 constexpr unsigned int k_block = 4096;
@@ -164,18 +166,13 @@ bool Run(const std::string& dir, unsigned int bits, Result& result) {
 }  // namespace
 
 int main() {
-  const char* base = std::getenv("TMPDIR");
-  std::string pattern = std::string(base && *base ? base : "/tmp") + "/qobase-wav-bench-XXXXXX";
-  std::vector<char> name(pattern.begin(), pattern.end());
-  name.push_back('\0');
-  if (mkdtemp(name.data()) == nullptr) {
+  const qobench::ScratchDir scratch;
+  if (!scratch.IsValid()) {
     std::perror("wav_read_bench: mkdtemp");
     return 1;
   }
-  const std::string dir(name.data());
   Result r16 = {0, 0}, r24 = {0, 0};
-  const bool ok = Run(dir, 16, r16) && Run(dir, 24, r24);
-  rmdir(dir.c_str());
+  const bool ok = Run(scratch.Path(), 16, r16) && Run(scratch.Path(), 24, r24);
   if (!ok) {
     std::fprintf(stderr, "wav_read_bench: a run failed\n");
     return 1;

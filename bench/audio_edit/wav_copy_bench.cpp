@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "bench_support.h"
+
 #include <unistd.h>
 
 namespace {
@@ -82,13 +84,13 @@ double Median(std::vector<double> values) {
 }  // namespace
 
 int main() {
-  char pattern[] = "/tmp/qobase_wav_copy_XXXXXX";
-  if (!mkdtemp(pattern)) {
+  const qobench::ScratchDir scratch;
+  if (!scratch.IsValid()) {
     std::fprintf(stderr, "wav_copy_bench: cannot make a temporary directory\n");
     return 1;
   }
-  const std::string dir = pattern;
-  const std::string source = dir + "/source.wav", ours = dir + "/ours.bin", theirs = dir + "/cp.wav";
+  const std::string source = scratch.File("source.wav"), ours = scratch.File("ours.bin"),
+                    theirs = scratch.File("cp.wav");
   int status = 0;
   if (!MakeSource(source)) {
     std::fprintf(stderr, "wav_copy_bench: cannot write the source file\n");
@@ -126,9 +128,5 @@ int main() {
       std::printf("  ratio ours / cp, fopen output             %.2f (target <= 1.30)\n", b / c);
     }
   }
-  std::remove(ours.c_str());
-  std::remove(theirs.c_str());
-  std::remove(source.c_str());
-  rmdir(dir.c_str());
   return status;
 }

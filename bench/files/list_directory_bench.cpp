@@ -2,14 +2,13 @@
 // bare recursive_directory_iterator collecting the same paths, in the same run.
 #include <qobase/files/directory_operations.h>
 
-#include <benchmark/benchmark.h>
 #include <boost/filesystem.hpp>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <map>
 #include <string>
 #include <vector>
+
+#include "bench_support.h"
 
 namespace {
 
@@ -61,37 +60,19 @@ BENCHMARK(BM_ListDirectoryRecursive)->Unit(benchmark::kMillisecond)->MinTime(1.0
 BENCHMARK(BM_BoostRecursiveIterator)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 
 // Prints as usual and keeps each benchmark's real time per iteration for the ratio.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      // Names carry their settings ("BM_x/min_time:1.000"); key by the function name.
-      const std::string name = run.benchmark_name().substr(0, run.benchmark_name().find('/'));
-      realTimes[name] = run.GetAdjustedRealTime();
-      cpuTimes[name] = run.GetAdjustedCPUTime();
-    }
-  }
-  std::map<std::string, double> realTimes;
-  std::map<std::string, double> cpuTimes;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  char pattern[] = "/tmp/qobase-list-bench-XXXXXX";
-  if (!mkdtemp(pattern)) return 1;
-  s_root = pattern;
-  if (!MakeTree(s_root)) return 1;
+  const qobench::ScratchDir scratch;
+  s_root = scratch.Path();
+  if (!scratch.IsValid() || !MakeTree(s_root)) return 1;
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  qobench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  boost::system::error_code ignored;
-  boost::filesystem::remove_all(s_root, ignored);
-  const double oursReal = reporter.realTimes["BM_ListDirectoryRecursive"];
-  const double bareReal = reporter.realTimes["BM_BoostRecursiveIterator"];
-  const double oursCpu = reporter.cpuTimes["BM_ListDirectoryRecursive"];
-  const double bareCpu = reporter.cpuTimes["BM_BoostRecursiveIterator"];
+  const double oursReal = reporter.RealTime("BM_ListDirectoryRecursive");
+  const double bareReal = reporter.RealTime("BM_BoostRecursiveIterator");
+  const double oursCpu = reporter.CpuTime("BM_ListDirectoryRecursive");
+  const double bareCpu = reporter.CpuTime("BM_BoostRecursiveIterator");
   if (oursReal <= 0 || bareReal <= 0 || oursCpu <= 0 || bareCpu <= 0) return 1;
   std::printf("ratio ListDirectoryRecursive / recursive_directory_iterator, 20000 files: "
               "%.3f real time, %.3f CPU time (target <= 1.3)\n",

@@ -9,14 +9,13 @@
 
 #include <benchmark/benchmark.h>
 #include <smf.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
-#include <map>
 #include <string>
 #include <vector>
+
+#include "bench_support.h"
 
 namespace {
 
@@ -174,26 +173,12 @@ void SmfFile(benchmark::State& state) {
 }
 
 // Keeps each benchmark's real time per iteration so the ratios can be printed at the end.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.error_occurred) continue;
-      times[run.benchmark_name()] = run.GetAdjustedRealTime();
-      cpuTimes[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> times;
-  std::map<std::string, double> cpuTimes;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  char folder[] = "/tmp/qobase-midi-bench-XXXXXX";
-  if (!mkdtemp(folder)) return 1;
-  FilePath() = std::string(folder) + "/bench.mid";
+  const qobench::ScratchDir scratch;
+  if (!scratch.IsValid()) return 1;
+  FilePath() = scratch.File("bench.mid");
   FILE* out = std::fopen(FilePath().c_str(), "wb");
   if (!out || std::fwrite(File().data(), 1, File().size(), out) != File().size()) return 1;
   std::fclose(out);
@@ -206,18 +191,16 @@ int main(int argc, char** argv) {
   benchmark::RegisterBenchmark("file/ours_Open_Validate", OursFile)->Unit(benchmark::kMillisecond);
   benchmark::RegisterBenchmark("file/libsmf_load", SmfFile)->Unit(benchmark::kMillisecond);
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  qobench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
-  unlink(FilePath().c_str());
-  rmdir(folder);
 
   auto ratio = [&](const char* ours, const char* peer) {
-    if (!reporter.times.count(ours) || !reporter.times.count(peer)) return;
+    if (reporter.RealTime(ours) <= 0 || reporter.RealTime(peer) <= 0) return;
     // The machine may be shared, so the CPU-time ratio is shown next to the wall-clock one.
     std::printf("ratio %s / %s = %.4f wall, %.4f cpu (target <= 0.5)\n", ours, peer,
-                reporter.times[ours] / reporter.times[peer],
-                reporter.cpuTimes[ours] / reporter.cpuTimes[peer]);
+                reporter.RealTime(ours) / reporter.RealTime(peer),
+                reporter.CpuTime(ours) / reporter.CpuTime(peer));
   };
   ratio("memory/ours_Convert", "memory/libsmf_load_from_memory");
   ratio("file/ours_Open_Validate", "file/libsmf_load");

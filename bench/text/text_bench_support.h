@@ -1,14 +1,8 @@
-// What the structured-text benchmarks share: the document they write and read, and a reporter
-// that keeps each benchmark's time so the program can print ours / peer ratios.
+// What the structured-text benchmarks share: the document they write and read.
 #pragma once
 
-#include <benchmark/benchmark.h>
 #include <qobase/strings/std_str.h>
-#include <stdlib.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -59,51 +53,5 @@ struct Stream {
   }
 };
 
-// A fresh directory for the benchmark's files, removed with them at the end.
-class ScratchDir {
- public:
-  ScratchDir() {
-    char pattern[] = "/tmp/qobase-bench-XXXXXX";
-    if (mkdtemp(pattern)) m_path = pattern;
-  }
-  ~ScratchDir() {
-    for (const std::string& file : m_files) std::remove(file.c_str());
-    if (!m_path.empty()) rmdir(m_path.c_str());
-  }
-  std::string File(const std::string& name) {
-    m_files.push_back(m_path + "/" + name);
-    return m_files.back();
-  }
-
- private:
-  std::string m_path;
-  std::vector<std::string> m_files;
-};
-
-// Console output as usual, and the real time per iteration of every benchmark by name.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) m_seconds[run.benchmark_name()] = run.GetAdjustedRealTime();
-    ConsoleReporter::ReportRuns(runs);
-  }
-
-  // Prints ours / peer and whether it meets the target; false when it does not or is missing.
-  bool PrintRatio(const char* what, const std::string& ours, const std::string& peer,
-                  double target) const {
-    auto a = m_seconds.find(ours), b = m_seconds.find(peer);
-    if (a == m_seconds.end() || b == m_seconds.end() || b->second <= 0) {
-      std::printf("%s: not measured\n", what);
-      return false;
-    }
-    const double ratio = a->second / b->second;
-    std::printf("%s: ratio %.3f (target <= %.2f) %s\n", what, ratio, target,
-                ratio <= target ? "met" : "MISSED");
-    return ratio <= target;
-  }
-
- private:
-  std::map<std::string, double> m_seconds;
-};
 
 }  // namespace textbench

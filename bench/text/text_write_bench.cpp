@@ -9,12 +9,13 @@
 
 #include <vector>
 
+#include "bench_support.h"
 #include "text/text_bench_support.h"
 
 namespace {
 
 textbench::Stream s_stream;
-textbench::ScratchDir s_dir;
+qobench::ScratchDir s_dir;
 const std::string s_xmlPath = s_dir.File("write.xml");
 const std::string s_jsonPath = s_dir.File("write.json");
 constexpr int k_soundsPerGroup = 100;  // one million elements
@@ -130,7 +131,7 @@ BENCHMARK(BM_JsonWrite_Ours)->Unit(benchmark::kMillisecond)->Iterations(3)->UseR
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  textbench::RatioReporter reporter;
+  qobench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   reporter.PrintRatio("XML write, XmlTextWriterLite2 / libxml2 xmlTextWriter",
                       "BM_XmlWrite_Ours/iterations:3/real_time",

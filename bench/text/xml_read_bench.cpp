@@ -5,11 +5,12 @@
 #include <qobase/text/xml_text_writer_lite2.h>
 #include <sys/stat.h>
 
+#include "bench_support.h"
 #include "text/text_bench_support.h"
 
 namespace {
 
-textbench::ScratchDir s_dir;
+qobench::ScratchDir s_dir;
 const std::string s_path = s_dir.File("read.xml");
 constexpr int k_soundsPerGroup = 46;  // about 50 MB
 
@@ -58,7 +59,7 @@ int main(int argc, char** argv) {
   struct stat info {};
   stat(s_path.c_str(), &info);
   std::printf("document: %.1f MB\n", static_cast<double>(info.st_size) / 1e6);
-  textbench::RatioReporter reporter;
+  qobench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   reporter.PrintRatio("XML read, XmlTextReaderLite / bare xmlTextReaderRead loop",
                       "BM_XmlRead_Ours/iterations:5/real_time",
