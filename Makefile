@@ -1,11 +1,12 @@
 # The two set-up commands (`make demo`, `make test`) and the helpers around them.
 BUILD_DIR    ?= build
 SANITIZE_DIR ?= build-sanitize
+TSAN_DIR     ?= build-tsan
 BENCH_DIR    ?= build-bench
 JOBS         ?= 2
 CMAKE_FLAGS  ?=
 
-.PHONY: all deps build demo test sanitize bench format clean
+.PHONY: all deps build demo test sanitize tsan bench format clean
 
 all: build
 
@@ -30,6 +31,12 @@ sanitize: deps
 	cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j$(JOBS)
 
+tsan: deps
+	cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DQOBASE_TSAN=ON $(CMAKE_FLAGS)
+	cmake --build $(TSAN_DIR) -j$(JOBS)
+	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+	  ctest --output-on-failure -j$(JOBS)
+
 bench:
 	@scripts/install-deps.sh --bench
 	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DQOBASE_BUILD_TESTS=OFF \
@@ -41,4 +48,4 @@ format:
 	find include src tools tests bench fuzz -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(BENCH_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(TSAN_DIR) $(BENCH_DIR)
