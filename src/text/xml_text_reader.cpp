@@ -69,12 +69,19 @@ int XmlTextReaderLite::GetLinePosition() const {
 }
 
 bool XmlTextReaderLite::Read() {
+  // libxml2 may hand back nodes again after it has reported an error, so the end is final.
+  if (m_finished) return false;
   do {
     const int result = xmlTextReaderRead(m_reader);
-    m_eof = result != 1;
-    m_failed = result < 0;
+    NoteMoveResult(result);
   } while (!m_eof && xmlTextReaderNodeType(m_reader) == QO::k_xmlNodeSignificantWhitespace);
   return !m_eof;
+}
+
+void XmlTextReaderLite::NoteMoveResult(int result) {
+  m_eof = result != 1;
+  m_failed = result < 0;
+  m_finished = m_eof;
 }
 
 int XmlTextReaderLite::MoveToContent() {
@@ -154,6 +161,7 @@ CStdStr XmlTextReaderLite::ReadElementString(const CStdStr& /*name*/) {
 }
 
 void XmlTextReaderLite::ReadInnerXml(CStdStr& xml) {
+  if (m_finished) return;
   if (xmlChar* text = xmlTextReaderReadInnerXml(m_reader)) {
     xml = reinterpret_cast<const char*>(text);
     xmlFree(text);
@@ -162,11 +170,12 @@ void XmlTextReaderLite::ReadInnerXml(CStdStr& xml) {
 }
 
 void XmlTextReaderLite::ReadOuterXml(CStdStr& xml) {
+  if (m_finished) return;
   if (xmlChar* text = xmlTextReaderReadOuterXml(m_reader)) {
     xml = reinterpret_cast<const char*>(text);
     xmlFree(text);
   }
-  xmlTextReaderNext(m_reader);
+  NoteMoveResult(xmlTextReaderNext(m_reader));
 }
 
 CStdStr XmlTextReaderLite::GetAttribute(const CStdStr& name) {

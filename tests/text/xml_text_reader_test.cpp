@@ -171,3 +171,41 @@ TEST(XmlTextReaderTest, MalformedDocumentStopsWithAnErrorRecordedByTheHandler) {
   EXPECT_FALSE(huge.Read());
   EXPECT_TRUE(huge.IsEOF());
 }
+
+// A truncated document met inside a composite read used to be dropped there, and libxml2 then
+// handed back nodes again after its error, so a caller's loop never ended. Once the reader has
+// met the end or an error, every later move fails without asking libxml2 again.
+TEST(XmlTextReaderTest, CallerLoopsEndOnTruncatedDocuments) {
+  const std::string documents[] = {"<is>n", std::string("<a><\0", 5), "<a><b>x</b>", "<a>",
+                                   "<a><b/><c>t</c>"};
+  const char* const composites = "eiso";
+  for (const std::string& text : documents) {
+    for (const char* op = composites; *op; ++op) {
+      XmlTextReaderLite reader = MemoryReader(text);
+      int steps = 0;
+      while (reader.Read() && ++steps < 1000) {
+        if (reader.GetNodeType() != QO::k_xmlNodeElement) continue;
+        CStdStr xml;
+        switch (*op) {
+          case 'e':
+            reader.ReadElementString("x");
+            break;
+          case 'i':
+            reader.ReadInnerXml(xml);
+            break;
+          case 's':
+            reader.Skip();
+            break;
+          default:
+            reader.ReadOuterXml(xml);
+            break;
+        }
+      }
+      EXPECT_LT(steps, 1000) << "endless loop on '" << text << "' with " << *op;
+      // After the end, nothing moves again.
+      EXPECT_FALSE(reader.Read());
+      EXPECT_FALSE(reader.Skip());
+      EXPECT_TRUE(reader.IsEOF());
+    }
+  }
+}

@@ -48,7 +48,8 @@ class IXmlTextReader {
   // Moves forward to the next element, text, CDATA, entity reference or end tag (or from an
   // attribute back to its element) and returns that node's type.
   virtual int MoveToContent() = 0;
-  // Next node, never stopping on significant whitespace. False at the end or on an error.
+  // Next node, never stopping on significant whitespace. False at the end or on an error, and
+  // for every call after that.
   virtual bool Read() = 0;
   // Text of a text-only element: "<a>x</a>" gives "x" and moves past the end tag; "<a/>" gives
   // "" and moves on; an element with child elements gives "" and stays where it stands.
@@ -114,9 +115,13 @@ class XmlTextReaderLite : public QO::IXmlTextReader {
  private:
   void Open(const char* source, std::size_t length, XmlSource kind);
   void MoveToElementIfOnAttribute();
+  // Records the result of a move of libxml2's reader: 1 a node, 0 the end, -1 an error.
+  void NoteMoveResult(int result);
 
   _xmlTextReader* m_reader = nullptr;
   char* m_text = nullptr;
   bool m_eof = true;
   bool m_failed = false;
+  // Set once a move has met the end or an error; no later move asks libxml2 again.
+  bool m_finished = false;
 };
