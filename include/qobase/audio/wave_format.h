@@ -229,3 +229,32 @@ QoChannelConfig SetChannelConfigFromWAVEFORMATEXTENSIBLE(const WAVEFORMATEXTENSI
 extern const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_pcm;
 extern const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_ieee_float;
 extern const QO::SonvoAuthoringAPI::QoGuid s_ambisonic;
+// The published A-law and mu-law sub-formats (format tags 6 and 7 as GUIDs).
+extern const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_alaw;
+extern const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_mulaw;
+
+// The format chunk as the file stores it, before any conversion to the compact form, so a caller
+// can name the format exactly and refuse what it cannot keep. Numbers are in host order.
+struct QoWaveFormatFacts {
+  uint32_t bodySize;        // "fmt " body size as stored; 0 when no format chunk was read
+  uint16_t formatTag;       // as stored: 1 PCM, 3 IEEE float, 6 A-law, 7 mu-law, 0xFFFE, others
+  uint16_t numChannels;     // as stored
+  uint32_t sampleRate;      // as stored
+  uint16_t blockAlign;      // as stored
+  uint16_t bitsPerSample;   // as stored (the container width in an extensible format)
+  // True when the body has the published extensible fields: tag 0xFFFE and 40 bytes or more.
+  // The next three fields are stored values only then, else 0 and the null GUID.
+  bool hasExtensibleFields;
+  uint16_t validBitsPerSample;  // body offset 18
+  uint32_t channelMask;         // body offset 20, the speaker bits as stored
+  QO::SonvoAuthoringAPI::QoGuid subFormat;  // body offset 24
+  // The format was read by the published extensible layout (the opt-in was on and the
+  // sub-format is one the library knows); false when it went the default way.
+  bool standardLayoutUsed;
+};
+
+namespace QO {
+// The sub-formats whose published extensible layout the readers can take when asked to:
+// integer PCM, IEEE float, A-law, mu-law and the ambisonic B-format.
+bool IsKnownSubFormat(const SonvoAuthoringAPI::QoGuid& subFormat);
+}  // namespace QO
