@@ -60,6 +60,17 @@ bool WriteAll(QoWavFile& wav, const std::string& path, bool swap, bool compact) 
          out.Close() == QO::k_resultSuccess;
 }
 
+bool WriteKeepingEverything(QoWavFile& wav, const std::string& path, bool swap) {
+  zu::File out;
+  if (out.Open(zu::Path(path), k_openModeWrite, 0) != QO::k_resultSuccess) return false;
+  return wav.WriteRiffChunk(out, swap) && wav.WriteFormatChunkAsStored(out, swap) &&
+         wav.WriteCarriedChunksBeforeData(out, swap) && wav.WriteCueChunk(out, swap) &&
+         wav.WriteListChunk(out, swap) && wav.WriteSmplChunk(out, swap) &&
+         wav.WriteJunkChunk(out, swap) && wav.WriteDataChunk(out, swap) &&
+         wav.WriteCarriedChunksAfterData(out, swap) && wav.UpdateRiffChunkSize(out, swap) &&
+         out.Close() == QO::k_resultSuccess;
+}
+
 ReadBack::ReadBack(const std::string& path, unsigned int channels) {
   QoWavFileReader reader;
   ok = reader.Open(zu::Path(path)) && reader.ReadChunks(0x1F);

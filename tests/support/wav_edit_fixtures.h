@@ -59,6 +59,10 @@ std::string Written(QoFormatChunkBase& chunk, bool swap);
 // filler and data into a new file, then patches the container size.
 bool WriteAll(QoWavFile& wav, const std::string& path, bool swap, bool compact = true);
 
+// Writes what a marker edit that keeps everything writes: container, format as stored, carried
+// chunks before the data, cue points, labels, sampler, filler, data, carried chunks after it.
+bool WriteKeepingEverything(QoWavFile& wav, const std::string& path, bool swap);
+
 // A file read back by QoWavFileReader: markers as "ID@position:label", the loop, the data offset
 // and the 16-bit samples of `channels` channels.
 struct ReadBack {
