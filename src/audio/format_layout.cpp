@@ -3,48 +3,38 @@
 
 #include <qobase/audio/wav_byte_swap.h>
 
+#include <cstddef>
 #include <cstring>
-
-#include "audio/sample_conversion.h"
 
 namespace qobase_audio {
 namespace {
 
-constexpr uint32_t k_standardExtensibleBodySize = 40;
-
-uint16_t Get16(const unsigned char* p, bool bigEndian) {
-  const uint16_t v = Load16(p);
-  return bigEndian ? WavByteSwapHelpers::Swap16(v) : v;
-}
-
-uint32_t Get32(const unsigned char* p, bool bigEndian) {
-  const uint32_t v = Load32(p);
-  return bigEndian ? WavByteSwapHelpers::Swap32(v) : v;
-}
-
-const unsigned char* BytesOf(const WAVEFORMATEXTENSIBLE& record) {
-  return reinterpret_cast<const unsigned char*>(&record);
+// The first 40 bytes of a stored body in the published layout, numbers in host order.
+StandardWaveFormatExtensible StandardBody(const WAVEFORMATEXTENSIBLE& stored, bool bigEndian) {
+  StandardWaveFormatExtensible body;
+  std::memcpy(&body, &stored, sizeof(body));
+  if (bigEndian) WavByteSwapHelpers::Convert(body);
+  return body;
 }
 
 }  // namespace
 
 QoWaveFormatFacts ReadFormatFacts(const WAVEFORMATEXTENSIBLE& stored, uint32_t bodySize,
                                   bool bigEndian) {
-  const unsigned char* body = BytesOf(stored);
+  const StandardWaveFormatExtensible body = StandardBody(stored, bigEndian);
   QoWaveFormatFacts facts{};
   facts.bodySize = bodySize;
-  facts.formatTag = Get16(body, bigEndian);
-  facts.numChannels = Get16(body + 2, bigEndian);
-  facts.sampleRate = Get32(body + 4, bigEndian);
-  facts.blockAlign = Get16(body + 12, bigEndian);
-  facts.bitsPerSample = Get16(body + 14, bigEndian);
-  facts.hasExtensibleFields =
-      facts.formatTag == QO::k_waveFormatExtensible && bodySize >= k_standardExtensibleBodySize;
+  facts.formatTag = body.Format.wFormatTag;
+  facts.numChannels = body.Format.nChannels;
+  facts.sampleRate = body.Format.nSamplesPerSec;
+  facts.blockAlign = body.Format.nBlockAlign;
+  facts.bitsPerSample = body.Format.wBitsPerSample;
+  facts.hasExtensibleFields = facts.formatTag == QO::k_waveFormatExtensible &&
+                              bodySize >= sizeof(StandardWaveFormatExtensible);
   if (facts.hasExtensibleFields) {
-    facts.validBitsPerSample = Get16(body + 18, bigEndian);
-    facts.channelMask = Get32(body + 20, bigEndian);
-    // A GUID is a byte string: the same bytes in either container byte order.
-    std::memcpy(&facts.subFormat, body + 24, sizeof(facts.subFormat));
+    facts.validBitsPerSample = body.wValidBitsPerSample;
+    facts.channelMask = body.dwChannelMask;
+    facts.subFormat = body.SubFormat;  // a byte string: never swapped
   }
   return facts;
 }
@@ -53,22 +43,25 @@ bool HasKnownStandardLayout(const QoWaveFormatFacts& facts) {
   return facts.hasExtensibleFields && QO::IsKnownSubFormat(facts.subFormat);
 }
 
-WAVEFORMATEXTENSIBLE StandardLayoutRecord(const WAVEFORMATEXTENSIBLE& stored,
-                                          const QoWaveFormatFacts& facts, bool bigEndian) {
-  const unsigned char* body = BytesOf(stored);
+WAVEFORMATEXTENSIBLE StandardLayoutRecord(const WAVEFORMATEXTENSIBLE& stored, bool bigEndian) {
+  const StandardWaveFormatExtensible body = StandardBody(stored, bigEndian);
   WAVEFORMATEXTENSIBLE record;
   std::memset(&record, 0, sizeof(record));
-  record.wFormatTag = facts.formatTag;
-  record.nChannels = facts.numChannels;
-  record.nSamplesPerSec = facts.sampleRate;
-  record.nAvgBytesPerSec = Get32(body + 8, bigEndian);
-  record.nBlockAlign = facts.blockAlign;
-  record.wBitsPerSample = facts.bitsPerSample;
-  record.cbSize = Get16(body + 16, bigEndian);
-  std::memcpy(&record.wPadding1, body + 18, 2);
-  record.wValidBitsPerSample = facts.validBitsPerSample;
-  record.dwChannelMask = facts.channelMask;
-  record.SubFormat = facts.subFormat;
+  record.wFormatTag = body.Format.wFormatTag;
+  record.nChannels = body.Format.nChannels;
+  record.nSamplesPerSec = body.Format.nSamplesPerSec;
+  record.nAvgBytesPerSec = body.Format.nAvgBytesPerSec;
+  record.nBlockAlign = body.Format.nBlockAlign;
+  record.wBitsPerSample = body.Format.wBitsPerSample;
+  record.cbSize = body.Format.cbSize;
+  // Bytes 18-19 as stored, unswapped, as the default read keeps them for the compact form.
+  std::memcpy(&record.wPadding1,
+              reinterpret_cast<const unsigned char*>(&stored) +
+                  offsetof(StandardWaveFormatExtensible, wValidBitsPerSample),
+              2);
+  record.wValidBitsPerSample = body.wValidBitsPerSample;
+  record.dwChannelMask = body.dwChannelMask;
+  record.SubFormat = body.SubFormat;
   return record;
 }
 

@@ -19,10 +19,10 @@ QoWaveFormatFacts ReadFormatFacts(const WAVEFORMATEXTENSIBLE& stored, uint32_t b
 // sub-format the library knows.
 bool HasKnownStandardLayout(const QoWaveFormatFacts& facts);
 
-// The published layout moved into the library's 44-byte record, numbers in host order: the basic
-// fields and cbSize as stored, body bytes 18-19 kept unswapped in wPadding1 (as the default read
-// keeps them, for the compact form's carried field), then valid bits, mask and sub-format.
-WAVEFORMATEXTENSIBLE StandardLayoutRecord(const WAVEFORMATEXTENSIBLE& stored,
-                                          const QoWaveFormatFacts& facts, bool bigEndian);
+// The published layout (StandardWaveFormatExtensible) moved into the library's 44-byte record,
+// numbers in host order: the basic fields and cbSize, body bytes 18-19 kept unswapped in
+// wPadding1 (as the default read keeps them, for the compact form's carried field), then valid
+// bits, mask and sub-format.
+WAVEFORMATEXTENSIBLE StandardLayoutRecord(const WAVEFORMATEXTENSIBLE& stored, bool bigEndian);
 
 }  // namespace qobase_audio

@@ -92,7 +92,7 @@ bool QoFmtChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
   m_storedFormat = qobase_audio::ReadFormatFacts(record, m_header.size, m_needSwap);
   if (m_standardLayout && qobase_audio::HasKnownStandardLayout(m_storedFormat)) {
     m_storedFormat.standardLayoutUsed = true;
-    record = qobase_audio::StandardLayoutRecord(record, m_storedFormat, m_needSwap);
+    record = qobase_audio::StandardLayoutRecord(record, m_needSwap);
     return TakeFormatRecord(record);
   }
 

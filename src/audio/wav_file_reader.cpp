@@ -149,7 +149,7 @@ bool QoWavFileReader::ReadFormatChunk(uint32_t size) {
   m_storedFormat = qobase_audio::ReadFormatFacts(record, size, m_byteSwapped);
   if (m_standardLayout && qobase_audio::HasKnownStandardLayout(m_storedFormat)) {
     m_storedFormat.standardLayoutUsed = true;
-    record = qobase_audio::StandardLayoutRecord(record, m_storedFormat, m_byteSwapped);
+    record = qobase_audio::StandardLayoutRecord(record, m_byteSwapped);
     m_isFloat = (record.SubFormat == ks_dataformat_ieee_float);
     return TakeFormatRecord(record);
   }

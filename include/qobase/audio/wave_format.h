@@ -69,6 +69,18 @@ struct WAVEFORMATEXTENSIBLE {
   QO::SonvoAuthoringAPI::QoGuid SubFormat;
 };
 
+// The published 40-byte extensible format body (tag 0xFFFE, cbSize 22 or more): the basic record,
+// then valid bits, channel mask and sub-format packed straight after cbSize. Readers take it
+// only when asked to (the default reads copy any body over WAVEFORMATEXTENSIBLE).
+#pragma pack(push, 1)
+struct StandardWaveFormatExtensible {
+  tWAVEFORMATEX Format;
+  uint16_t wValidBitsPerSample;
+  uint32_t dwChannelMask;
+  QO::SonvoAuthoringAPI::QoGuid SubFormat;
+};
+#pragma pack(pop)
+
 // The 24-byte compact format the readers hand out and the chunk editor stores: the basic
 // fields, cbSize (always 4), two bytes carried through unchanged, and a packed QoChannelConfig.
 // A "fmt " body of exactly 24 bytes with tag 0xFFFE holds this form.
@@ -153,6 +165,11 @@ static_assert(sizeof(WAVEFORMATEXTENSIBLE) == 44 &&
                   offsetof(WAVEFORMATEXTENSIBLE, dwChannelMask) == 24 &&
                   offsetof(WAVEFORMATEXTENSIBLE, SubFormat) == 28,
               "WAVEFORMATEXTENSIBLE layout");
+static_assert(sizeof(StandardWaveFormatExtensible) == 40 &&
+                  offsetof(StandardWaveFormatExtensible, wValidBitsPerSample) == 18 &&
+                  offsetof(StandardWaveFormatExtensible, dwChannelMask) == 20 &&
+                  offsetof(StandardWaveFormatExtensible, SubFormat) == 24,
+              "StandardWaveFormatExtensible layout");
 static_assert(sizeof(WaveFormatExtensible) == 24 &&
                   QO::internal::HasWaveFormatHead<WaveFormatExtensible>() &&
                   offsetof(WaveFormatExtensible, wReserved) == 18 &&
