@@ -6,36 +6,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <vector>
-
 namespace qotest {
-namespace {
-
-// Writes all of `bytes`; false once the reader is gone.
-bool WriteAll(int fd, const char* bytes, size_t size) {
-  while (size > 0) {
-    const ssize_t n = write(fd, bytes, size);
-    if (n <= 0) return false;
-    bytes += n;
-    size -= static_cast<size_t>(n);
-  }
-  return true;
-}
-
-}  // namespace
 
 EndlessFifo::EndlessFifo(const std::string& path, const std::string& prefix) : m_writer(-1) {
-  if (mkfifo(path.c_str(), 0600) != 0) return;
-  m_writer = fork();
-  if (m_writer != 0) return;
-  // The writer: a broken pipe ends it, and so does the alarm if nobody ever reads.
+  if (mkfifo(path.c_str(), 0600) != 0 || (m_writer = fork()) != 0) return;
   signal(SIGPIPE, SIG_DFL);
-  alarm(60);
+  alarm(60);  // nobody ever read
   const int fd = open(path.c_str(), O_WRONLY);
-  if (fd < 0) _exit(1);
-  const std::vector<char> zeros(65536, 0);
-  if (WriteAll(fd, prefix.data(), prefix.size())) {
-    while (WriteAll(fd, zeros.data(), zeros.size())) {
+  static const char zeros[65536] = {};
+  if (fd >= 0 && write(fd, prefix.data(), prefix.size()) == static_cast<ssize_t>(prefix.size())) {
+    while (write(fd, zeros, sizeof(zeros)) > 0) {
     }
   }
   _exit(0);

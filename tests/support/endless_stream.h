@@ -10,22 +10,19 @@
 namespace qotest {
 
 // A named pipe at `path` fed by a forked writer: `prefix`, then zero bytes without end. The
-// writer starts when a reader opens the pipe and dies with it; the destructor kills it.
+// writer dies with its reader (broken pipe); the destructor kills it in any case.
 class EndlessFifo {
  public:
   EndlessFifo(const std::string& path, const std::string& prefix);
   ~EndlessFifo();
-  EndlessFifo(const EndlessFifo&) = delete;
-  EndlessFifo& operator=(const EndlessFifo&) = delete;
-
   bool Ok() const { return m_writer > 0; }
 
  private:
   pid_t m_writer;
 };
 
-// Runs `body` in a forked child that SIGALRM kills after `seconds`. The child's exit status is
-// body()'s result; -1 when the child was killed (the body hung) or could not run.
+// Runs `body` in a forked child that SIGALRM kills after `seconds`: body()'s result, or -1 when
+// the child was killed (the body hung).
 int RunWithWatchdog(unsigned int seconds, const std::function<int()>& body);
 
 }  // namespace qotest
