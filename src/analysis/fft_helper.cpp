@@ -37,13 +37,35 @@ void MixAndWindow(const float* samples, unsigned int n, unsigned int channels, f
   for (unsigned int i = n; i < size; ++i) input[i] = 0.0f;
 }
 
+// The power of bin 0 and, for 1 <= k < N/2, of bins k and N-k by the recurrence with twiddle
+// (wr, wi). With F[N-k] = 0 its terms are h1r = Re/2, h1i = Im/2, h2r = Im/2, h2i = -Re/2, bit
+// for bit what the full terms give (adding or subtracting a zero only changes a zero's sign,
+// which squaring removes).
+inline float PowerOfBinZero(float re, float im) { return Square(re - im) + Square(re + im); }
+
+inline float LowerPower(float re, float im, float wr, float wi) {
+  const float h1r = re / 2, h1i = im / 2, h2r = im / 2, h2i = -re / 2;
+  return Square(h1r + wr * h2r - wi * h2i) + Square(h1i + wr * h2i + wi * h2r);
+}
+
+inline float UpperPower(float re, float im, float wr, float wi) {
+  const float h1r = re / 2, h1i = im / 2, h2r = im / 2, h2i = -re / 2;
+  return Square(h1r - wr * h2r + wi * h2i) + Square(-h1i + wr * h2i + wi * h2r);
+}
+
 }  // namespace
 
-// The transform with its input, its output (N bins: the real transform writes 0 .. N/2, the
-// rest stays 0) and the twiddle factors of PowerSpectrum, all made once per helper.
+// The transform with its input, its output and the twiddle factors of the power recurrence,
+// all made once per helper. The real transform writes bins 0 .. N/2 only; bins N/2+1 .. N-1 of
+// the recurrence are always 0, so they are not stored and drop out of its terms.
 struct FFTHelper::Context {
   explicit Context(unsigned int size)
-      : fft(size), input(size, 0.0f), output(size), twiddleReal(size / 2), twiddleImag(size / 2) {
+      : fft(size),
+        input(size, 0.0f),
+        output(size / 2 + 1),
+        twiddleReal(size / 2),
+        twiddleImag(size / 2),
+        upper(size / 2) {
     // (cos k*theta, sin k*theta) for k = 1 .. N/2-1 by the single-precision recurrence, so
     // every block uses exactly the values the recurrence gives.
     const float theta = 3.1415927f / static_cast<float>(size);
@@ -60,11 +82,15 @@ struct FFTHelper::Context {
     }
   }
 
+  // Bin k of the last transform as (re, im) pairs.
+  const float* Bins() const { return reinterpret_cast<const float*>(output.data()); }
+
   qobase_analysis::RealFFT fft;
   std::vector<float> input;
   std::vector<std::complex<float>> output;
   std::vector<float> twiddleReal;
   std::vector<float> twiddleImag;
+  std::vector<float> upper;  // P[N-k] by k, before it is written out in reverse
 };
 
 FFTHelper::FFTHelper(unsigned int size, WindowFunction windowFunction) : m_size(size) {
@@ -112,25 +138,39 @@ void FFTHelper::InitWindow(WindowFunction windowFunction) {
 
 unsigned int FFTHelper::PowerSpectrum(float* power) {
   if (!m_fft || power == nullptr) return 0;
+  Context& fft = *m_fft;
   const unsigned int n = m_size, half = n / 2;
-  const std::complex<float>* f = m_fft->output.data();
-  m_fft->fft.Forward(m_fft->input.data(), m_fft->output.data());
-
-  power[0] = Square(f[0].real() - f[0].imag()) + Square(f[0].real() + f[0].imag());
-  const float* wrs = m_fft->twiddleReal.data();
-  const float* wis = m_fft->twiddleImag.data();
+  fft.fft.Forward(fft.input.data(), fft.output.data());
+  const float* __restrict bins = fft.Bins();
+  const float* __restrict wr = fft.twiddleReal.data();
+  const float* __restrict wi = fft.twiddleImag.data();
+  float* __restrict out = power;
+  float* __restrict upper = fft.upper.data();
+  // Both halves in forward order, so that the loop vectorises; the upper one is then reversed.
+  out[0] = PowerOfBinZero(bins[0], bins[1]);
   for (unsigned int k = 1; k < half; ++k) {
-    const unsigned int j = n - k;
-    const float h1r = (f[k].real() + f[j].real()) / 2;
-    const float h1i = (f[k].imag() - f[j].imag()) / 2;
-    const float h2r = (f[k].imag() + f[j].imag()) / 2;
-    const float h2i = -(f[k].real() - f[j].real()) / 2;
-    const float wr = wrs[k], wi = wis[k];
-    power[k] = Square(h1r + wr * h2r - wi * h2i) + Square(h1i + wr * h2i + wi * h2r);
-    power[j] = Square(h1r - wr * h2r + wi * h2i) + Square(-h1i + wr * h2i + wi * h2r);
+    out[k] = LowerPower(bins[2 * k], bins[2 * k + 1], wr[k], wi[k]);
+    upper[k] = UpperPower(bins[2 * k], bins[2 * k + 1], wr[k], wi[k]);
   }
-  power[half] = Square(f[half].real()) + Square(f[half].imag());
+  for (unsigned int k = 1; k < half; ++k) out[n - k] = upper[k];
+  out[half] = Square(bins[2 * half]) + Square(bins[2 * half + 1]);
   return half;
+}
+
+void FFTHelper::FoldLowerPowers(float* maxima) {
+  Context& fft = *m_fft;
+  const unsigned int half = m_size / 2;
+  fft.fft.Forward(fft.input.data(), fft.output.data());
+  const float* __restrict bins = fft.Bins();
+  const float* __restrict wr = fft.twiddleReal.data();
+  const float* __restrict wi = fft.twiddleImag.data();
+  float* __restrict out = maxima;
+  const float zero = PowerOfBinZero(bins[0], bins[1]);
+  out[0] = zero > out[0] ? zero : out[0];
+  for (unsigned int k = 1; k < half; ++k) {
+    const float p = LowerPower(bins[2 * k], bins[2 * k + 1], wr[k], wi[k]);
+    out[k] = p > out[k] ? p : out[k];
+  }
 }
 
 bool FFTHelper::GetSpectrum(const CStdStr& path, std::vector<float>& spectrum,
@@ -152,10 +192,9 @@ bool FFTHelper::GetSpectrum(QoAudioFileReader& reader, std::vector<float>& spect
   if (channels == 0) return false;
 
   const unsigned int n = m_size, half = n / 2;
-  std::vector<float> power, samples;
+  std::vector<float> samples;
   try {
     spectrum.resize(half, 0.0f);
-    power.assign(n, 0.0f);
     samples.assign(static_cast<size_t>(n) * channels, 0.0f);
   } catch (const std::bad_alloc&) {
     return false;
@@ -174,9 +213,7 @@ bool FFTHelper::GetSpectrum(QoAudioFileReader& reader, std::vector<float>& spect
     if (got > n) got = n;
     if (got > 0 || !silentBlockApplied) {
       MixAndWindow(samples.data(), got, channels, gain, m_window.data(), input, n);
-      PowerSpectrum(power.data());
-      for (unsigned int k = 0; k < half; ++k)
-        if (power[k] > spectrum[k]) spectrum[k] = power[k];
+      FoldLowerPowers(spectrum.data());
       if (got == 0) silentBlockApplied = true;
     }
     position += half;

@@ -41,7 +41,13 @@ QoOnsetDetector::QoOnsetDetector()
 
 QoOnsetDetector::~QoOnsetDetector() = default;
 
-void QoOnsetDetector::AllocFFT(unsigned int size) { fftContext.reset(new OnsetFFTContext(size)); }
+void QoOnsetDetector::AllocFFT(unsigned int size) {
+  try {
+    fftContext.reset(new OnsetFFTContext(size));
+  } catch (const std::bad_alloc&) {
+    fftContext.reset();
+  }
+}
 
 void QoOnsetDetector::FreeFFT() { fftContext.reset(); }
 
@@ -87,7 +93,7 @@ void QoOnsetDetector::SpectralFluxFromFile(QoAudioFileReader& reader, std::vecto
     return;
   try {
     AllocFFT(k_frameSize);
-    if (fftContext->IsValid()) ReadFlux(reader, flux);
+    if (fftContext && fftContext->IsValid()) ReadFlux(reader, flux);
   } catch (const std::bad_alloc&) {
     // The curve keeps the values made before memory ran out.
   }

@@ -75,6 +75,10 @@ class FFTHelper {
  private:
   struct Context;
 
+  // Transforms the input and raises maxima[k] to P[k] for the N/2 bins a file spectrum keeps;
+  // P[k] is PowerSpectrum's value. Only with a transform.
+  void FoldLowerPowers(float* maxima);
+
   unsigned int m_size;
   std::vector<float> m_window;
   std::unique_ptr<Context> m_fft;

@@ -60,7 +60,8 @@ class QoOnsetDetector {
   // negative value none unless all prominences are equal.
   void GetMarkerTimes(std::vector<double>& times, float sensitivity);
 
-  // Creates the transform context for size points; FreeFFT destroys it.
+  // Creates the transform context for size points (none when it cannot be allocated); FreeFFT
+  // destroys it.
   void AllocFFT(unsigned int size);
   void FreeFFT();
 
