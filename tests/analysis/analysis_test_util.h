@@ -2,11 +2,15 @@
 // from the formulas, and a CAF file builder (the library reads CAF but does not write it).
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cmath>
 #include <complex>
 #include <string>
 #include <vector>
 
+#include "support/audio_synth.h"
+#include "support/temp_dir.h"
 #include "support/wav_builder.h"
 
 namespace qotest {
@@ -43,6 +47,22 @@ inline std::string Caf16(uint32_t channels, double rate, const std::vector<float
   file.Raw("desc").U64(desc.Bytes().size()).Raw(desc.Bytes());
   file.Raw("data").U64(data.Bytes().size()).Raw(data.Bytes());
   return file.Bytes();
+}
+
+// Files the analyses cannot use, written into dir: "text.wav" (no audio), "cut.wav" (a format
+// chunk cut short), "folder.wav" (a directory), "empty.wav" (no frames) and "eight.wav" (3000
+// frames of 8-bit mono at 44.1 kHz, which the reader consumes without converting).
+inline void WriteUnusableFiles(const TempDir& dir) {
+  WriteFileBytes(dir.File("text.wav"), "just some text, no audio");
+  WriteFileBytes(dir.File("cut.wav"),
+                 WaveFile(false, ByteBuilder().ChunkWithSize("fmt ", 16, "\x01\x00").Bytes()));
+  mkdir(dir.File("folder.wav").c_str(), 0755);
+  WriteWavSamples(dir.File("empty.wav"), 1, 16, 44100, {});
+  const std::string fmt = FmtBody(false, 1, 1, 44100, 8);
+  WriteFileBytes(
+      dir.File("eight.wav"),
+      WaveFile(false,
+               ByteBuilder().Chunk("fmt ", fmt).Chunk("data", std::string(3000, 'p')).Bytes()));
 }
 
 }  // namespace qotest

@@ -1,17 +1,17 @@
 #include <gtest/gtest.h>
 #include <qobase/analysis/onset_detector.h>
 
+#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "support/audio_synth.h"
-#include "support/temp_dir.h"
+#include "analysis/analysis_test_util.h"
 
 namespace {
 
-// A detector that has analysed a silent file giving exactly `values` flux values, so that a
-// curve of that length can be handed to PickPeaks and PeakProminences at that rate.
+// A detector that has analysed a silent file giving exactly `values` flux values, so that curves
+// of that length can be handed to PickPeaks and PeakProminences at that rate.
 void Prime(QoOnsetDetector& detector, unsigned int rate, unsigned int values) {
   const qotest::TempDir dir;
   const unsigned int hop = rate / 100;
@@ -29,111 +29,90 @@ std::vector<float> Curve(size_t n, float base, const std::map<size_t, float>& va
   return curve;
 }
 
-std::string Describe(const std::vector<PeakProminence>& prominences) {
+std::string Text(const std::vector<double>& values) {
   std::string text;
-  for (const PeakProminence& p : prominences)
-    text += std::to_string(p.prominence) + "@" + std::to_string(p.time) + " ";
+  char item[32];
+  for (double v : values) text += (std::snprintf(item, sizeof(item), "%.4f ", v), item);
   return text;
 }
 
-// A peak is at least 1.0, reaches the decaying integer envelope of what came before, and is the
-// largest value from 9 before it to 2 after it.
+// A peak is at least 1.0, reaches the decaying envelope (kept in whole numbers) of what came
+// before, and is the largest value from 9 before it to 2 after it.
 TEST(OnsetPeaks, PickPeaksFollowsThresholdEnvelopeAndNeighbourhood) {
   QoOnsetDetector detector;
   Prime(detector, 44100, 20);
-  const struct {
-    std::map<size_t, float> values;
-    std::vector<unsigned int> peaks;
-  } cases[] = {
+  const std::pair<std::map<size_t, float>, std::vector<unsigned int>> cases[] = {
       {{{3, 0.9f}}, {}},
       {{{3, 1.0f}}, {3}},
       {{{4, 5.0f}, {5, 5.0f}}, {4, 5}},     // equal neighbours are both peaks
-      {{{0, 20.9f}, {11, 5.5f}}, {0, 11}},  // the envelope keeps whole numbers: 20 .. 5
-      {{{0, 20.9f}, {11, 4.5f}}, {0}},      // below the envelope
+      {{{0, 20.9f}, {11, 5.5f}}, {0, 11}},  // the envelope has decayed 20, 18, 16, .. 5
+      {{{0, 20.9f}, {11, 4.5f}}, {0}},      // (from 20.9 it would be 7.3)
       {{{5, 3.0f}, {7, 4.0f}}, {7}},        // a larger value 2 ahead
       {{{5, 3.0f}, {8, 4.0f}}, {5, 8}},     // 3 ahead is outside
       {{{5, 4.0f}, {14, 3.0f}}, {5}},       // a larger value 9 behind
       {{{5, 4.0f}, {15, 3.0f}}, {5, 15}},   // 10 behind is outside
   };
   for (const auto& c : cases) {
-    std::vector<float> flux = Curve(20, 0.0f, c.values);
+    std::vector<float> flux = Curve(20, 0.0f, c.first);
     std::vector<unsigned int> peaks;
     detector.PickPeaks(flux, peaks);
-    EXPECT_EQ(c.peaks, peaks) << c.values.size() << " values from index "
-                              << c.values.begin()->first;
+    EXPECT_EQ(c.second, peaks) << "values from index " << c.first.begin()->first;
   }
 }
 
-// Bases: the larger of the two side minima, or the other side's when one side never drops below
-// the peak; the search reaches ceil(rate / hop) values each way.
+// Four peaks at 44.1 kHz on a base of 1: the larger of the side minima, or the other side's when
+// a side never drops below the peak. Prominences 2.75, 3.5, 5, 8.5 at 0.19, 0, 0.05, 0.12 s.
+const std::map<size_t, float> k_fourPeaks = {{0, 4},     {3, 0.5f}, {5, 6},      {8, 2},
+                                             {10, 1.5f}, {12, 9},   {16, 0.25f}, {19, 3}};
+
 TEST(OnsetPeaks, ProminencesMeasureTheHigherSideMinimumWithinReach) {
   const struct {
     unsigned int rate, values;
-    float base;
     std::map<size_t, float> curve;
     std::vector<unsigned int> peaks;
-    const char* prominences;
+    std::vector<double> prominencesAndTimes;
   } cases[] = {
-      {44100,
-       20,
-       1.0f,
-       {{0, 4}, {3, 0.5f}, {5, 6}, {8, 2}, {10, 1.5f}, {12, 9}, {16, 0.25f}, {19, 3}},
-       {0, 5, 12, 19},
-       "2.750000@0.190000 3.500000@0.000000 5.000000@0.050000 8.500000@0.120000 "},
-      {44100, 20, 1.0f, {{4, 3}, {10, 3}}, {4, 10}, "2.000000@0.040000 2.000000@0.100000 "},
-      // At 4410 Hz the hop is 44 and the reach 101: from 102 the left search ends at index 1,
-      // from 20 the right search at 120.
-      {4410,
-       150,
-       2.0f,
-       {{0, 0.25f}, {1, 0.5f}, {102, 5}, {140, 0.1f}},
-       {102},
-       "4.500000@1.017687 "},
-      {4410,
-       150,
-       2.0f,
-       {{0, 0.25f}, {20, 6}, {120, 0.3f}, {121, 0.05f}},
-       {20},
-       "5.700000@0.199546 "},
+      {44100, 20, k_fourPeaks, {0, 5, 12, 19}, {2.75, 0.19, 3.5, 0, 5, 0.05, 8.5, 0.12}},
+      {44100, 20, {{4, 3}, {10, 3}}, {4, 10}, {2, 0.04, 2, 0.10}},  // equal: ascending time
+      // At 4410 Hz the hop is 44 and the reach ceil(100.2) = 101: from 102 the left search
+      // ends at index 1, from 20 the right search at 120.
+      {4410, 150, {{0, 0.25f}, {1, 0.5f}, {102, 5}, {140, 0.1f}}, {102}, {4.5, 102 * 44 / 4410.0}},
+      {4410, 150, {{0, 0.25f}, {20, 6}, {120, 0.3f}, {121, 0.05f}}, {20}, {5.7, 20 * 44 / 4410.0}},
   };
   for (const auto& c : cases) {
     QoOnsetDetector detector;
     Prime(detector, c.rate, c.values);
-    std::vector<float> flux = Curve(c.values, c.base, c.curve);
+    std::vector<float> flux = Curve(c.values, c.rate == 4410 ? 2.0f : 1.0f, c.curve);
     std::vector<unsigned int> peaks = c.peaks;
     detector.PeakProminences(flux, peaks);
-    EXPECT_EQ(c.prominences, Describe(detector.GetProminences()));
+    std::vector<double> got;
+    for (const PeakProminence& p : detector.GetProminences())
+      got.insert(got.end(), {p.prominence, p.time});
+    EXPECT_EQ(Text(c.prominencesAndTimes), Text(got));
   }
 }
 
-// Prominences 2.75, 3.5, 5 and 8.5 (range 5.75) at 0.19, 0, 0.05 and 0.12 s.
 TEST(OnsetPeaks, SensitivitySelectsTheLowestFractionOfTheRange) {
   QoOnsetDetector detector;
   Prime(detector, 44100, 20);
-  std::vector<float> flux = Curve(
-      20, 1.0f, {{0, 4}, {3, 0.5f}, {5, 6}, {8, 2}, {10, 1.5f}, {12, 9}, {16, 0.25f}, {19, 3}});
+  std::vector<float> flux = Curve(20, 1.0f, k_fourPeaks);
   std::vector<unsigned int> peaks = {0, 5, 12, 19};
   detector.PeakProminences(flux, peaks);
-  const struct {
-    float sensitivity;
-    std::vector<double> times;
-  } cases[] = {
-      {0.0f, {}},          {1.0f, {0.0, 0.05, 0.12, 0.19}}, {2.0f, {0.0, 0.05, 0.12, 0.19}},
-      {0.2f, {0.0, 0.19}}, {0.4f, {0.0, 0.05, 0.19}},       {-0.5f, {}}};
+  const std::pair<float, std::vector<double>> cases[] = {
+      {0.0f, {}},        {1.0f, {0, 0.05, 0.12, 0.19}}, {2.0f, {0, 0.05, 0.12, 0.19}},
+      {0.2f, {0, 0.19}}, {0.4f, {0, 0.05, 0.19}},       {-0.5f, {}}};  // range 5.75
+  std::vector<double> times;
   for (const auto& c : cases) {
-    std::vector<double> times = {7.0};
-    detector.GetMarkerTimes(times, c.sensitivity);
-    ASSERT_EQ(c.times.size(), times.size()) << c.sensitivity;
-    for (size_t i = 0; i < times.size(); ++i) EXPECT_NEAR(c.times[i], times[i], 1e-12);
+    detector.GetMarkerTimes(times, c.first);
+    EXPECT_EQ(Text(c.second), Text(times)) << c.first;
   }
   // Equal prominences are all taken for any sensitivity but 0, even a negative one.
   flux = Curve(20, 1.0f, {{4, 3}, {10, 3}});
   peaks = {4, 10};
   detector.PeakProminences(flux, peaks);
   for (float sensitivity : {0.01f, -1.0f}) {
-    std::vector<double> times;
     detector.GetMarkerTimes(times, sensitivity);
-    EXPECT_EQ(2u, times.size()) << sensitivity;
+    EXPECT_EQ("0.0400 0.1000 ", Text(times)) << sensitivity;
   }
 }
 
