@@ -40,10 +40,11 @@ class QoOnsetDetector {
   // Appends one flux value per hop (sampleRate / 100 frames) to flux: value t is the rise of
   // the power spectrum from the frame centred on frame t*hop to the one centred on (t+1)*hop.
   // Nothing is appended when the path is empty, no reader can be made, its chunks cannot be
-  // read, or the file has no more than hop + 2048 frames.
+  // read, the file has no more than hop + 2048 frames, the hop is not 1 to 32768 frames (a
+  // rate below 100 Hz or from 3276900 Hz), or the format's channel count disagrees with its
+  // channel configuration.
   void SpectralFluxFromFile(const CStdStr& path, std::vector<float>& flux);
-  // The same over a reader the caller made and opened, chunks not yet read. Also nothing for a
-  // rate below 100 Hz or above 3276800 Hz, or a format whose channel counts disagree.
+  // The same over a reader the caller made and opened, chunks not yet read.
   void SpectralFluxFromFile(QoAudioFileReader& reader, std::vector<float>& flux);
 
   // Appends, in ascending order, the indices of the peaks among the first GetNumFluxFrames()
@@ -57,7 +58,9 @@ class QoOnsetDetector {
 
   // Replaces times by the times of the peaks whose prominence lies in the lowest fraction
   // sensitivity of the prominence range, ascending: 1 (or more) takes every peak, 0 none, a
-  // negative value none unless all prominences are equal.
+  // negative value none unless all prominences are equal. A peak at flux value t is timed
+  // t*hop, the start of the rise it measures, so a marker comes before the attack it marks:
+  // within a hop for tones, up to two for clicks (a frame sees 1024 frames ahead of its centre).
   void GetMarkerTimes(std::vector<double>& times, float sensitivity);
 
   // Creates the transform context for size points (none when it cannot be allocated); FreeFFT
