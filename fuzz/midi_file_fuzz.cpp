@@ -5,8 +5,6 @@
 #include <qobase/midi/midi_file.h>
 #include <qobase/midi/midi_parse_at.h>
 
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -14,17 +12,9 @@
 #include <string>
 #include <vector>
 
-namespace {
+#include "fuzz_scratch.h"
 
-const std::string& ScratchFolder() {
-  static const std::string folder = [] {
-    char pattern[] = "/tmp/qobase-midi-fuzz-XXXXXX";
-    const char* made = mkdtemp(pattern);
-    if (!made) std::abort();
-    return std::string(made);
-  }();
-  return folder;
-}
+namespace {
 
 std::vector<unsigned char> ReadAll(const std::string& path) {
   std::vector<unsigned char> bytes;
@@ -42,10 +32,10 @@ std::vector<unsigned char> ReadAll(const std::string& path) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::string input = ScratchFolder() + "/input.mid";
-  const std::string output = ScratchFolder() + "/output.bin";
-  FILE* file = std::fopen(input.c_str(), "wb");
-  if (!file || std::fwrite(data, 1, size, file) != size || std::fclose(file) != 0) std::abort();
+  const qofuzz::ScratchFolder& scratch = qofuzz::ScratchFolder::Get();
+  const std::string input = scratch.File("input.mid");
+  const std::string output = scratch.File("output.bin");
+  qofuzz::ScratchFolder::Write(input, data, size);
   std::remove(output.c_str());
 
   // The parser straight over the bytes, as the reference.

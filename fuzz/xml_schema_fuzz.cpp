@@ -6,7 +6,6 @@
 
 #include <libxml/parser.h>
 #include <libxml/xmlschemas.h>
-#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -15,24 +14,9 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_scratch.h"
+
 namespace {
-
-std::string ScratchPath(const char* name) {
-  static const std::string folder = [] {
-    char pattern[] = "/tmp/qobase-schema-fuzz-XXXXXX";
-    const char* made = mkdtemp(pattern);
-    if (!made) std::abort();
-    return std::string(made);
-  }();
-  return folder + "/" + name;
-}
-
-bool WriteFile(const std::string& path, const char* data, size_t size) {
-  FILE* file = std::fopen(path.c_str(), "wb");
-  if (!file) return false;
-  const bool written = std::fwrite(data, 1, size, file) == size;
-  return std::fclose(file) == 0 && written;
-}
 
 void ForgetSchema(const std::string& path) {
   auto& schemas = XmlGlobals::Get().m_schemas;
@@ -52,12 +36,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const void* zero = std::memchr(bytes, 0, size);
   const size_t schemaSize = zero ? static_cast<const char*>(zero) - bytes : size;
   const size_t instanceStart = zero ? schemaSize + 1 : size;
-  const std::string schemaPath = ScratchPath("schema.xsd");
-  const std::string instancePath = ScratchPath("instance.xml");
-  if (!WriteFile(schemaPath, bytes, schemaSize) ||
-      !WriteFile(instancePath, bytes + instanceStart, size - instanceStart)) {
-    std::abort();
-  }
+  const qofuzz::ScratchFolder& scratch = qofuzz::ScratchFolder::Get();
+  const std::string schemaPath = scratch.File("schema.xsd");
+  const std::string instancePath = scratch.File("instance.xml");
+  qofuzz::ScratchFolder::Write(schemaPath, bytes, schemaSize);
+  qofuzz::ScratchFolder::Write(instancePath, bytes + instanceStart, size - instanceStart);
   ValidationErrorInfo info;
   const bool valid = ValidateXmlFile(instancePath, schemaPath, info);
   if (valid != (info.code == 0)) std::abort();
