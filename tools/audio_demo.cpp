@@ -3,7 +3,6 @@
 #include <qobase/audio/wav_file_reader.h>
 #include <qobase/audio/wav_file_writer.h>
 
-
 #include <cmath>
 #include <cstdio>
 #include <cstring>

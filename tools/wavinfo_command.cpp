@@ -2,16 +2,18 @@
 #include <qobase/audio/wav_file_reader.h>
 
 #include <iostream>
+#include <memory>
 
 #include "command.h"
+#include "input_file.h"
 #include "wav_summary.h"
 
 namespace qobase_tool {
 namespace {
 
-int RunWavInfo(const std::vector<std::string>& args) {
-  if (args.size() != 1) return UsageError("wavinfo", "expects one FILE");
-  const std::string& file = args[0];
+int RunWavInfo(const std::string& file) {
+  std::string reason;
+  if (!CheckInputFile(file, reason)) return Fail(file, reason);
   QoWavFileReader reader;
   if (!reader.Open(zu::Path(file)))
     return Fail(file, "cannot be read or is not a RIFF/RIFX WAVE file");
@@ -24,15 +26,19 @@ int RunWavInfo(const std::vector<std::string>& args) {
   return k_exitSuccess;
 }
 
-const CommandRegistration s_wavinfo({
-    "wavinfo",
-    "show the format, length, loop and markers of a WAV file",
-    "usage: qobase wavinfo FILE\n\n"
-    "Reads a RIFF (little-endian) or RIFX (big-endian) WAVE file and prints its format, channel\n"
-    "configuration, number of frames, loop points and markers with their labels.\n"
-    "Exit code 0 on success, 1 when the file cannot be read as WAVE, 2 on a usage error.\n",
-    RunWavInfo,
-});
+void AddWavInfo(CLI::App& parent) {
+  CLI::App& command =
+      *parent.add_subcommand("wavinfo", "show the format, length, loop and markers of a WAV file");
+  command.footer(
+      "Reads a RIFF (little-endian) or RIFX (big-endian) WAVE file and prints its format, channel\n"
+      "configuration, number of frames, loop points and markers with their labels.\n"
+      "Exit code 0 on success, 1 when the file cannot be read as WAVE, 2 on bad usage.");
+  auto file = std::make_shared<std::string>();
+  command.add_option("FILE", *file, "the WAVE file")->required();
+  SetRunner(command, "qobase wavinfo FILE", [file] { return RunWavInfo(*file); });
+}
+
+const CommandRegistration s_wavinfo("wavinfo", AddWavInfo);
 
 }  // namespace
 }  // namespace qobase_tool
