@@ -78,10 +78,11 @@ int RunLs(const LsOptions& options) {
     for (zu::PathFind find(zu::Path::Join({dir, pattern}).GetFullPath(), options.all);
          find.HasNext();) {
       const zu::Path entry = find.Next();
-      // ".*" also matches the folder itself and its parent.
+      // ".*" also matches "." and "..", which come back as the folder and its parent.
       const std::string text = entry.GetFullPath();
       const std::string name = text.substr(text.find_last_of('/') + 1);
-      if (name != "." && name != ".." && !name.empty()) entries.push_back(entry);
+      if (pattern[0] == '.' && (!IsDotName(name) || name == "." || name == "..")) continue;
+      entries.push_back(entry);
     }
   }
   std::sort(entries.begin(), entries.end(),
