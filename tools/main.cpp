@@ -38,7 +38,13 @@ std::string CommandPath(const CLI::App* app) {
 int ReportUsageError(const CLI::App& app, const CLI::ParseError& error) {
   const CLI::App* command = DeepestParsed(app);
   const std::string path = CommandPath(command);
-  std::cerr << path << ": " << error.what() << "\n";
+  // CLI11 reports an unknown subcommand as a missing one; name what was given instead.
+  const std::vector<std::string> rest = command->remaining();
+  if (!command->get_subcommands({}).empty() && !rest.empty()) {
+    std::cerr << path << ": unknown command '" << rest.front() << "'\n";
+  } else {
+    std::cerr << path << ": " << error.what() << "\n";
+  }
   std::string usage = UsageOf(command);
   if (usage.empty()) usage = path + " COMMAND [ARGS...]";
   std::cerr << "usage: " << usage << "\n"
@@ -51,6 +57,7 @@ int ReportUsageError(const CLI::App& app, const CLI::ParseError& error) {
 int main(int argc, char** argv) {
   // A write past a file size limit then fails with EFBIG and is reported like any other.
   std::signal(SIGXFSZ, SIG_IGN);
+  InstallCheckedStandardOutput();
 
   CLI::App app{"The QOBase library's services on the command line.", "qobase"};
   app.set_version_flag("--version", std::string("qobase ") + QOBASE_VERSION_STRING);

@@ -71,7 +71,9 @@ int Convert(const MidiOptions& options, QoMidiParseAt& parser, uint64_t fileSize
   if (!parser.Convert(stream.data(), size) || !parser.GetMidiInfo(info)) {
     return Fail(options.input, "cannot be converted");
   }
-  if (!out.Write(stream.data(), size) || !out.Commit(reason)) return Fail(options.output, reason);
+  // A failed write is remembered; Commit reports it and removes the temporary file.
+  out.Write(stream.data(), size);
+  if (!out.Commit(reason)) return Fail(options.output, reason);
   std::cout << options.input << ": " << info.numEvents << " events, " << info.lengthTicks
             << " ticks at " << FormatBpm(info.tempo) << " bpm converted to " << options.output
             << " (" << size << " bytes)\n";
