@@ -5,6 +5,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cmath>
@@ -17,6 +18,7 @@
 #include "command.h"
 #include "input_file.h"
 #include "output_file.h"
+#include "wave_format_text.h"
 
 namespace qobase_tool {
 namespace {
@@ -64,11 +66,50 @@ struct AddMarkersOptions {
   bool compact = false;
 };
 
+// Four characters of a chunk ID in file order, for messages.
+std::string ChunkName(uint32_t id) {
+  std::string name(reinterpret_cast<const char*>(&id), 4);
+  for (char& c : name) {
+    if (static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7E) c = '?';
+  }
+  return "'" + name + "'";
+}
+
+// Why the edit could not keep everything it does not change, or empty when it can.
+std::string WhatAnEditWouldLose(const QoWavFile& wav, bool compact) {
+  const QoWaveFormatFacts& facts = wav.GetStoredFormat();
+  if (compact && !IsIntegerPcm(facts)) {
+    return "--compact can only state integer PCM; leave it out to keep the " + FormatName(facts) +
+           " format as it is";
+  }
+  const unsigned int dropped = wav.GetDroppedOnLoad();
+  if (dropped & QO::k_droppedListSubChunks) {
+    return "its label list holds entries other than labels (such as 'ltxt' or 'note'), which "
+           "the editor cannot write back";
+  }
+  if (dropped & QO::k_droppedSamplerLoops) return "its sampler chunk has more than one loop";
+  if (dropped & QO::k_droppedSamplerData) return "its sampler chunk has data the editor drops";
+  if (dropped & QO::k_droppedCueRecords) return "its cue chunk's count does not match its size";
+  if (dropped & QO::k_droppedTrailingBytes) return "it ends with bytes that are not a chunk";
+  if (dropped & QO::k_droppedExcessChunks) return "it has more chunks than the editor can carry";
+  if (dropped != 0) return "part of it would be lost";
+  for (const QoCarriedChunk& chunk : wav.GetCarriedChunks()) {
+    const std::string name = ChunkName(chunk.chunkID);
+    if (!chunk.complete) return "its " + name + " chunk is cut short";
+    // A second cue, sampler or label list beside the ones the editor writes: two of a kind
+    // would contradict each other.
+    if (name == "'cue '" || name == "'smpl'" ||
+        (name == "'LIST'" && ChunkName(chunk.listType) == "'adtl'")) {
+      return "it has a second " + name + " chunk the editor cannot merge";
+    }
+  }
+  return "";
+}
+
 int RunAddMarkers(const AddMarkersOptions& options) {
   const std::string& in = options.in;
   const std::string& out = options.out;
   const std::string& loop = options.loop;
-  const bool compact = options.compact;
   if (options.markers.empty() && loop.empty()) return UsageError("no marker or loop to add");
   std::vector<MarkerSpec> specs;
   for (const std::string& marker : options.markers) {
@@ -82,21 +123,37 @@ int RunAddMarkers(const AddMarkersOptions& options) {
   if (!target.Create(out, {in}, reason)) return Fail(out, reason);
 
   QoWavFile wav;
+  wav.SetStandardExtensibleLayout(true);
   if (!wav.Open(zu::Path(in), false)) return Fail(in, "not a WAVE file that can be edited");
-  uint16_t tag = 0;
-  if (wav.m_fmtChunk.ReadData(&tag, 2, 0) != 2) return Fail(in, "cannot read the format");
-  if (wav.m_riffChunk.NeedSwapRead()) tag = static_cast<uint16_t>((tag >> 8) | (tag << 8));
-  if (tag == QO::k_waveFormatIeeeFloat) return Fail(in, "floating-point samples are not supported");
+  const std::string loss = WhatAnEditWouldLose(wav, options.compact);
+  if (!loss.empty()) return Fail(in, "cannot be edited without loss: " + loss);
   WaveFormatExtensible format;
   wav.GetFormat(&format);
-  const unsigned long long frames =
-      format.nBlockAlign ? wav.m_dataChunk.GetSize() / format.nBlockAlign : 0;
+  if (format.nBlockAlign == 0) return Fail(in, "the format gives a block size of 0");
+
+  // Markers must lie on samples the file really holds: a data chunk cut short by a truncated
+  // copy claims more than is there.
+  struct stat info;
+  const unsigned long long claimed = wav.m_dataChunk.GetSize();
+  const unsigned long long offset = wav.m_dataChunk.GetDataOffset();
+  const unsigned long long present =
+      stat(in.c_str(), &info) == 0 && static_cast<unsigned long long>(info.st_size) > offset
+          ? std::min(claimed, static_cast<unsigned long long>(info.st_size) - offset)
+          : 0;
+  const unsigned long long frames = present / format.nBlockAlign;
+  if (present < claimed) {
+    // The copy keeps what is there and writes the size it copied.
+    std::cerr << "qobase: " << in << ": warning: the data chunk is cut short: it holds " << frames
+              << " of the " << claimed / format.nBlockAlign
+              << " frames its header gives; only those are copied\n";
+  }
 
   const auto toFrame = [&](const std::string& text, unsigned long long& frame) -> int {
     if (!ParseTime(text, format.nSamplesPerSec, frame))
       return UsageError("bad time '" + text + "'");
     if (frame >= frames) {
-      return Fail(in, "time " + text + " is past the end (" + std::to_string(frames) + " frames)");
+      return Fail(in, "time " + text + " is past the last frame (the file has " +
+                          std::to_string(frames) + " frames)");
     }
     return k_exitSuccess;
   };
@@ -120,16 +177,22 @@ int RunAddMarkers(const AddMarkersOptions& options) {
   }
   wav.SortCueChunk();
 
+  // The format as stored and every chunk the editor does not model go out unchanged, in order
+  // around the samples.
   const bool swap = wav.m_riffChunk.NeedSwapRead();
   zu::File stream(target.Stream());
-  const bool written = wav.WriteRiffChunk(stream, swap) &&
-                       (compact ? wav.WriteFormatChunk(stream, swap)
-                                : wav.WriteFormatChunkNotExtensible(stream, swap)) &&
-                       wav.WriteCueChunk(stream, swap) && wav.WriteListChunk(stream, swap) &&
-                       wav.WriteSmplChunk(stream, swap) && wav.WriteJunkChunk(stream, swap) &&
-                       wav.WriteDataChunk(stream, swap) && wav.UpdateRiffChunkSize(stream, swap);
-  if (!written)
+  errno = 0;
+  const bool written =
+      wav.WriteRiffChunk(stream, swap) &&
+      (options.compact ? wav.WriteFormatChunk(stream, swap)
+                       : wav.WriteFormatChunkAsStored(stream, swap)) &&
+      wav.WriteCarriedChunksBeforeData(stream, swap) && wav.WriteCueChunk(stream, swap) &&
+      wav.WriteListChunk(stream, swap) && wav.WriteSmplChunk(stream, swap) &&
+      wav.WriteJunkChunk(stream, swap) && wav.WriteDataChunk(stream, swap) &&
+      wav.WriteCarriedChunksAfterData(stream, swap) && wav.UpdateRiffChunkSize(stream, swap);
+  if (!written) {
     return Fail(out, std::string("cannot write the file: ") + std::strerror(errno ? errno : EIO));
+  }
   if (!target.Commit(reason)) return Fail(out, reason);
   std::vector<WAV_CUE> cues;
   wav.m_cueChunk.GetCuesVector(cues);
@@ -150,7 +213,10 @@ void AddAddMarkers(CLI::App& parent) {
       "--compact writes the library's own 24-byte format chunk, which other programs (sox among\n"
       "them) refuse as too short; without it the plain format chunk every program reads is "
       "written.\n"
-      "Floating-point files are refused. OUT must not be IN; it is replaced only when complete.\n"
+      "Everything else is kept as IN has it: the format chunk byte for byte (format tag,\n"
+      "extensible layout, channel mask) and every other chunk (bext, LIST/INFO, fact, iXML, ...)\n"
+      "in its place. A file whose chunks the editor would change or drop is refused. OUT must\n"
+      "not be IN; it is replaced only when complete, and its folder must exist.\n"
       "Exit code 0 on success, 1 when IN cannot be read or OUT cannot be written, 2 on bad usage.");
   auto options = std::make_shared<AddMarkersOptions>();
   command.add_option("--loop", options->loop, "set the sampler loop (replacing the one IN has)")

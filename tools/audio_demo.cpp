@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "audio_summary.h"
 #include "command.h"
 #include "demo_scratch_dir.h"
-#include "wav_summary.h"
 
 namespace qobase_tool {
 namespace {
