@@ -72,10 +72,15 @@ int Validate(const XmlOptions& options) {
   for (const XmlValidationIssue& issue : report.issues) {
     std::cout << options.file << ":" << issue.line << ": " << issue.message << "\n";
   }
-  const std::string count = std::to_string(report.issues.size());
-  return Fail(options.file, report.stoppedAtLimit
-                                ? "not valid: stopped after " + count + " problems"
-                                : "not valid: " + count + " problem(s), the first" + At(first));
+  const size_t count = report.issues.size();
+  const std::string what = report.code == ValidationErrorInfo::k_documentNotRead
+                               ? "not well-formed XML: "
+                               : "not valid: ";
+  if (report.stoppedAtLimit) {
+    return Fail(options.file, what + "stopped after " + std::to_string(count) + " problems");
+  }
+  return Fail(options.file, what + std::to_string(count) + (count == 1 ? " problem" : " problems") +
+                                ", the first" + At(first));
 }
 
 int ToJson(const XmlOptions& options) {

@@ -2,6 +2,7 @@
 // reader goes, so reading can stop at a limit instead of building the whole document first.
 #include <qobase/text/xml_validation_report.h>
 
+#include <libxml/globals.h>
 #include <libxml/xmlerror.h>
 #include <libxml/xmlreader.h>
 #include <libxml/xmlschemas.h>
@@ -83,9 +84,15 @@ bool ValidateXmlFileReport(const CStdStr& xmlPath, const CStdStr& schemaPath, si
     report.code = ValidationErrorInfo::k_schemaNotRead;
     return false;
   }
+  // Attaching the schema puts its own SAX layer in front of the parser, and parse errors then
+  // go to the thread's handler: take it over while reading, then give it back.
+  xmlStructuredErrorFunc savedHandler = xmlStructuredError;
+  void* savedContext = xmlStructuredErrorContext;
+  xmlSetStructuredErrorFunc(&collector, CollectAdapter);
   int step = 1;
   while (report.issues.size() < collector.limit && (step = xmlTextReaderRead(reader)) == 1) {
   }
+  xmlSetStructuredErrorFunc(savedContext, savedHandler);
   if (report.issues.size() >= collector.limit && step == 1) report.stoppedAtLimit = true;
   const bool valid = step == 0 && report.issues.empty() && xmlTextReaderIsValid(reader) == 1;
   xmlFreeTextReader(reader);
