@@ -28,6 +28,11 @@ void TrackPending(const std::string& path) {
   static bool s_handlersInstalled = false;
   if (!s_handlersInstalled) {
     for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+      // A signal the caller ignores (nohup, a background job) stays ignored.
+      struct sigaction current;
+      if (sigaction(signalNumber, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
+        continue;
+      }
       std::signal(signalNumber, RemovePendingAndDie);
     }
     s_handlersInstalled = true;
