@@ -73,8 +73,8 @@ TEST(QobaseBase64, StreamsLargeInputs) {
   EXPECT_EQ(run.out.size(), 48u * (1 << 20) / 4 * 3);
   EXPECT_EQ(run.out.substr(0, 3), "\x41\x04\x10");
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-  // (The sanitizers keep freed memory in quarantine or shadow it, and the child starts as a copy of
-  // this process, so its peak says nothing there.)
+  // (The sanitizers keep freed memory in quarantine, and the child starts as a copy of this
+  // process, so its peak says nothing there.)
   EXPECT_LT(run.maxResidentKiB, 40 * 1024) << "the 48 MiB input was held in memory";
 #endif
 }
