@@ -15,14 +15,7 @@ namespace {
 // The deepest subcommand the parser reached, so a usage error names the command it is about.
 const CLI::App* DeepestParsed(const CLI::App& app) {
   const CLI::App* deepest = &app;
-  for (bool descended = true; descended;) {
-    descended = false;
-    for (const CLI::App* sub : deepest->get_subcommands()) {
-      deepest = sub;
-      descended = true;
-      break;
-    }
-  }
+  while (!deepest->get_subcommands().empty()) deepest = deepest->get_subcommands().front();
   return deepest;
 }
 
