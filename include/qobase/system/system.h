@@ -4,4 +4,5 @@
 
 #include <qobase/system/critical_section.h>
 #include <qobase/system/events.h>
+#include <qobase/system/process.h>
 #include <qobase/system/progress.h>
