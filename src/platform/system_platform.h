@@ -1,9 +1,12 @@
 // The process and thread services that differ between platforms, behind one narrow interface:
-// where the running executable is, and thread creation when the system refuses the scheduling
-// asked for. One source file per service implements them (src/platform/linux/ here).
+// where the running executable is, thread creation when the system refuses the scheduling asked
+// for, and the waits for a thread or a child that end at a deadline. One source file per service
+// implements them (src/platform/linux/ here).
 #pragma once
 
 #include <pthread.h>
+#include <sys/types.h>
+#include <time.h>
 
 #include <string>
 
@@ -18,6 +21,15 @@ bool ExecutablePath(std::string& path, size_t capacity);
 // the thread again with the creator's scheduling. Returns pthread_create's result.
 int CreateThreadWithFallback(pthread_t* thread, pthread_attr_t* attributes, void* (*routine)(void*),
                              void* argument);
+
+// Joins `thread` if it ends before `deadline` (real-time clock). False when the deadline passed
+// first: the thread was not joined and can still be.
+bool JoinThreadUntil(pthread_t thread, const timespec& deadline);
+
+// Waits until `deadline` (real-time clock) for the child `pid` to end or stop. Its pid with
+// `status` filled, 0 when the deadline passed first (the child not reaped), -1 when there is no
+// such child.
+pid_t WaitForChildUntil(pid_t pid, const timespec& deadline, int& status);
 
 }  // namespace platform
 }  // namespace zu

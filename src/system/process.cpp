@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "platform/system_platform.h"
 #include "system/timed_blocking_call.h"
 
 extern char** environ;
@@ -81,9 +82,11 @@ struct ChildWait {
   pid_t result;
 };
 
-void WaitForChild(void* raw) {
+// Completed when the child ended or stopped, or when there is no such child to wait for.
+bool WaitForChild(void* raw, const timespec& deadline) {
   ChildWait* wait = static_cast<ChildWait*>(raw);
-  wait->result = WaitForEndOrStop(wait->pid, wait->status);
+  wait->result = platform::WaitForChildUntil(wait->pid, deadline, wait->status);
+  return wait->result != 0;
 }
 
 }  // namespace

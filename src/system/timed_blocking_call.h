@@ -1,17 +1,21 @@
-// A blocking call with a timeout, for calls that have none of their own (joining a thread,
-// waiting for a child process): the call runs on a short-lived helper thread while the caller
-// waits for it until the deadline, then cancels the helper if it has not finished.
+// A blocking call with a timeout on a short-lived helper thread, for waits that the callers
+// want bounded: joining a thread, waiting for a child process. The helper's own wait ends at the
+// same deadline, so the caller never has to cancel it: it joins it, and a wait that completed
+// right at the deadline is still reported as completed.
 #pragma once
+
+#include <time.h>
 
 namespace zu {
 namespace internal {
 
-// Runs `call(argument)` on a helper thread and waits at most `timeoutMs` for it. Returns 0 when
-// the call returned, ETIMEDOUT when it did not (it was cancelled at its cancellation point, so it
-// had no effect), or 0xFFFFFFFF when the helper thread could not be started. `call` must finish
-// its work without passing another cancellation point once its blocking step has returned.
-unsigned int RunBlockingCallWithTimeout(void (*call)(void*), void* argument,
-                                        unsigned int timeoutMs);
+// Waits until `deadline` at most; true when the awaited thing happened.
+using DeadlineCall = bool (*)(void* argument, const timespec& deadline);
+
+// Runs `call(argument, deadline)` on a helper thread and waits at most `timeoutMs` for it.
+// Returns 0 when the call completed, ETIMEDOUT when it did not (it had no effect), or 0xFFFFFFFF
+// when the helper thread could not be started.
+unsigned int RunBlockingCallWithTimeout(DeadlineCall call, void* argument, unsigned int timeoutMs);
 
 }  // namespace internal
 }  // namespace zu

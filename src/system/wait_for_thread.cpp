@@ -1,13 +1,16 @@
-// WaitForThread: joining has no timeout of its own, so the join runs on a helper thread that is
-// cancelled when the time runs out, which leaves the thread joinable by the caller.
+// WaitForThread: the join runs on a helper thread and ends at the deadline, leaving a thread that
+// is still running joinable by the caller.
 #include <qobase/system/events.h>
 
+#include "platform/system_platform.h"
 #include "system/timed_blocking_call.h"
 
 namespace zu {
 namespace {
 
-void JoinThread(void* thread) { pthread_join(*static_cast<const pthread_t*>(thread), nullptr); }
+bool JoinThread(void* thread, const timespec& deadline) {
+  return platform::JoinThreadUntil(*static_cast<const pthread_t*>(thread), deadline);
+}
 
 }  // namespace
 

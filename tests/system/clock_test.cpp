@@ -119,10 +119,12 @@ TEST(Timer, KillTimerStopsTheHandlerAndFreesTheContext) {
   // Killed from its own handler: that call is the last.
   std::atomic<int> selfCalls{0};
   std::atomic<zu::dispatch_source_t> self{nullptr};
+  // The count is the handler's last touch of the test's variables: the test may end once it sees
+  // it.
   zu::dispatch_source_t selfKilling = zu::CreateTimerSource(1, [&] {
-    ++selfCalls;
     zu::dispatch_source_t current = self.exchange(nullptr);
     if (current) zu::KillTimer(current);
+    ++selfCalls;
   });
   ASSERT_NE(nullptr, selfKilling);
   zu::SetTimerContext(selfKilling, std::malloc(16));

@@ -213,7 +213,7 @@ TEST(Process, TimedWaitOfZeroLeavesTheChildToWaitFor) {
   for (int i = 0; i < 24; ++i) {
     ASSERT_TRUE(zu::CreateProcess("/bin/sh -c 'exit 7'", process, false));
     code = 0;
-    const unsigned int result = zu::WaitForProcess(process, 1 + i % 3, code);
+    const unsigned int result = zu::WaitForProcess(process, i % 3, code);
     if (result == zu::k_processWaitTimedOut) {
       ++timedOut;
       EXPECT_EQ(7u, zu::WaitForProcess(process, code));
