@@ -1,4 +1,4 @@
-// The environment and places, each read in a forked child so the suite's own environment stays
+// The environment and places, read in forked children so the suite's own environment stays
 // untouched.
 #include <qobase/system/environment.h>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(Environment, HomeAndUserNameFromTheEnvironmentOnly) {
+TEST(Environment, HomeUserNameAndTempDirectory) {
   EXPECT_EQ(0, qotest::RunInChild([] {
               unsetenv("HOME");
               unsetenv("USERNAME");
@@ -21,34 +21,23 @@ TEST(Environment, HomeAndUserNameFromTheEnvironmentOnly) {
               setenv("USERNAME", "Qo User", 1);
               if (zu::GetHomePath().GetText() != "/home/qo user/" || GetUserName() != "Qo User")
                 return 2;
-              setenv("HOME", "", 1);
-              return zu::GetHomePath().IsEmpty() ? 0 : 3;
-            }));
-}
-
-TEST(Environment, TempDirectoryIgnoresTmpdir) {
-  EXPECT_EQ(0, qotest::RunInChild([] {
+              // The temporary directory is the system's, resolved, whatever TMPDIR says.
               setenv("TMPDIR", "/var/elsewhere", 1);
               char resolved[PATH_MAX];
-              if (!realpath("/tmp", resolved)) return 1;
-              const zu::Path first = zu::GetTempDirectoryPath();
-              if (first.GetText() != resolved) return 2;
-              unsetenv("TMPDIR");
-              return zu::GetTempDirectoryPath() == first ? 0 : 3;
+              return realpath("/tmp", resolved) && zu::GetTempDirectoryPath().GetText() == resolved
+                         ? 0
+                         : 3;
             }));
 }
 
 TEST(Environment, ExecutablePathIsThisProgramResolved) {
   const zu::Path executable = zu::GetExecutablePath();
-  ASSERT_FALSE(executable.IsEmpty());
-  EXPECT_EQ('/', executable.GetText()[0]);
   EXPECT_EQ("qobase_system_tests", executable.GetFileName());
   char resolved[PATH_MAX];
   ASSERT_NE(nullptr, realpath(executable.GetText().c_str(), resolved));
   EXPECT_EQ(executable.GetText(), resolved);
   struct stat self, found;
-  ASSERT_EQ(0, stat("/proc/self/exe", &self));
-  ASSERT_EQ(0, stat(resolved, &found));
+  ASSERT_TRUE(stat("/proc/self/exe", &self) == 0 && stat(resolved, &found) == 0);
   EXPECT_TRUE(self.st_ino == found.st_ino && self.st_dev == found.st_dev);
 }
 
