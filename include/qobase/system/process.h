@@ -50,6 +50,7 @@ bool IsValidCommandLine(const CStdStr& commandLine);
 // effect on this platform.
 bool CreateProcess(const CStdStr& commandLine, Process& process, bool);
 // As above, with the child's streams taken from `redirect` (input, then output, then error).
+// Besides those, the child inherits every descriptor of the process that is not close-on-exec.
 bool CreateProcess(const CStdStr& commandLine, Process& process, const ProcessIORedirect& redirect,
                    bool);
 

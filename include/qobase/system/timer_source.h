@@ -11,7 +11,7 @@ struct TimerSource;
 using dispatch_source_t = TimerSource*;
 
 // Starts a timer that calls `handler` every `intervalMs` (at least 1 ms), the first call one
-// interval from now. Null when no thread can be started for it.
+// interval from now. Null for an empty handler or when no thread can be started for it.
 dispatch_source_t CreateTimerSource(unsigned int intervalMs, std::function<void()> handler);
 // The owner's context pointer; null until set.
 void SetTimerContext(dispatch_source_t timer, void* context);

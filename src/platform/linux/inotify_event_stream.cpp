@@ -101,6 +101,10 @@ void WatchTree(FileEventStream& stream, const std::string& top, bool reportConte
     const int watch = inotify_add_watch(stream.inotifyDescriptor, directory.c_str(),
                                         k_watchMask | IN_DONT_FOLLOW);
     if (watch < 0) continue;
+    // The same directory under another path (a bind mount) is watched once; scanning it again
+    // could go round a cycle for ever.
+    const auto known = stream.directories.find(watch);
+    if (known != stream.directories.end() && known->second != directory) continue;
     stream.directories[watch] = directory;
     DIR* listing = opendir(directory.c_str());
     if (!listing) continue;

@@ -59,6 +59,7 @@ void* RunTimer(void* raw) {
 }  // namespace
 
 dispatch_source_t CreateTimerSource(unsigned int intervalMs, std::function<void()> handler) {
+  if (!handler) return nullptr;
   TimerSource* timer = new TimerSource;
   timer->handler = std::move(handler);
   timer->interval = std::chrono::milliseconds(intervalMs == 0 ? 1 : intervalMs);
