@@ -40,11 +40,14 @@ bool AwaitRegistrations(void* handle, size_t count) {
   return false;
 }
 
-// A thread waiting on a group without limit; its index is read after join().
-struct GroupWaiter : std::thread {
+// A thread waiting on a group without limit; its index is read after join(). The index is set
+// up before the thread starts.
+struct GroupWaiter {
   int index = -2;
+  std::thread thread;
   explicit GroupWaiter(std::vector<void*> group)
-      : std::thread([this, group] { zu::WaitForMultipleEventsEx(group, index); }) {}
+      : thread([this, group] { zu::WaitForMultipleEventsEx(group, index); }) {}
+  void join() { thread.join(); }
 };
 
 TEST(Events, SingleWaitsFollowTheResetKind) {
