@@ -68,6 +68,24 @@ TEST(WavChunkSearch, FindsTheFirstChunkOfItsKind) {
   EXPECT_EQ(probe.ReadData(body, 4, 0), 0u);
 }
 
+// A caller that wrote the file through its own stream searches it before the stream's buffer
+// reached the disk.
+TEST(WavChunkSearch, SeesWhatTheStreamStillBuffers) {
+  TempDir dir;
+  FILE* stream = std::fopen(dir.File("w.wav").c_str(), "w+b");
+  ASSERT_NE(stream, nullptr);
+  const std::string bytes = Riff(Chunk("fmt ", PcmFormatBody(1, 8000, 16)) + Chunk("test", "x"));
+  ASSERT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), stream), bytes.size());
+  {
+    zu::File file(stream);
+    QoRiffChunk riff;
+    ProbeChunk probe("test");
+    EXPECT_TRUE(riff.Init(file, nullptr) && probe.Init(file, &riff));
+    EXPECT_EQ(probe.GetDataOffset(), 12u + 24 + 8);
+  }
+  std::fclose(stream);
+}
+
 TEST(WavRiffChunk, WritesHeadAndPatchesSizeFromFileSize) {
   TempDir dir;
   ASSERT_TRUE(WriteFileBytes(dir.File("in.wav"), Riff(Chunk("fmt ", PcmFormatBody(1, 8000, 16)), true)));
