@@ -18,6 +18,8 @@ using QO::SonvoAuthoringAPI::QoGuid;
 using qotest::ByteBuilder;
 
 const QoGuid k_adpcm = {0x2, 0x0, 0x10, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71}};
+// Integer PCM as sox writes it in a "RIFX" file: its leading format tag big-endian.
+const QoGuid k_pcmTagSwapped = {0x100, 0x0, 0x10, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71}};
 
 std::string Ext(bool big, uint16_t ch, uint16_t bits, uint16_t valid, uint32_t mask,
                 const QoGuid& sub, uint16_t extra = 0) {
@@ -52,6 +54,9 @@ TEST(WavStandardLayout, OffKeepsTheOldResultsOnReadsThePublishedLayout) {
        "FFFE 2 48000 384000 8 32 4 20 3102", nullptr, true, false, true, 0x3, int32Floats},
       {"int32 RIFX", true, Ext(true, 2, 32, 32, 0x3, ks_dataformat_pcm), int32Big,
        "FFFE 2 48000 384000 8 32 4 2000 3102", nullptr, true, false, true, 0x3, int32Floats},
+      {"int32 RIFX, tag big-endian", true, Ext(true, 2, 32, 32, 0x3, k_pcmTagSwapped),
+       int32Big, "FFFE 2 48000 384000 8 32 4 2000 3102", nullptr, true, false, true, 0x3,
+       int32Floats},
       {"24 in 32", false, Ext(false, 1, 32, 24, 0x4, ks_dataformat_pcm), int24In32,
        "FFFE 1 48000 192000 4 32 4 18 4101", nullptr, true, false, true, 0x4, {1 - 1.0f / 8388608}},
       {"float", false, Ext(false, 2, 32, 32, 0x3, ks_dataformat_ieee_float), floats,
@@ -94,8 +99,8 @@ TEST(WavStandardLayout, OffKeepsTheOldResultsOnReadsThePublishedLayout) {
                                  static_cast<uint32_t>(c.storedMask ? 0xFFFE : 1), c.storedMask}));
       if (facts.hasExtensibleFields) {  // valid bits and sub-format as the body stores them
         EXPECT_EQ(ByteBuilder(c.big).U16(facts.validBitsPerSample).Bytes(), c.fmt.substr(18, 2));
-        EXPECT_EQ(std::string(reinterpret_cast<const char*>(&facts.subFormat), 16),
-                  c.fmt.substr(24, 16));
+        const QoGuid& expected = c.big && c.used ? ks_dataformat_pcm : *reinterpret_cast<const QoGuid*>(c.fmt.data() + 24);
+        EXPECT_EQ(facts.subFormat, expected);
       }
       if (on && !c.decodedOn.empty()) {
         std::vector<float> out(c.decodedOn.size(), 9.0f);

@@ -264,7 +264,9 @@ struct QoWaveFormatFacts {
   bool hasExtensibleFields;
   uint16_t validBitsPerSample;  // body offset 18
   uint32_t channelMask;         // body offset 20, the speaker bits as stored
-  QO::SonvoAuthoringAPI::QoGuid subFormat;  // body offset 24
+  // Body offset 24. In a "RIFX" file a known GUID whose leading format tag was stored
+  // big-endian (as sox writes it) is given as that GUID, not as its stored bytes.
+  QO::SonvoAuthoringAPI::QoGuid subFormat;
   // The format was read by the published extensible layout (the opt-in was on and the
   // sub-format is one the library knows); false when it went the default way.
   bool standardLayoutUsed;
