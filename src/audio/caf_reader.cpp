@@ -84,10 +84,11 @@ unsigned int QoCAFReader::OnUnknownChunk(void* /*body*/, long long /*size*/) {
 
 unsigned int QoCAFReader::ReadChunks() {
   if (m_stream == nullptr) return QO::k_resultFailure;
-  // Every chunk head must lie inside the stream, so a stream without a known end (a pipe, a
-  // device, which report no size) ends the walk instead of handing out empty chunks forever.
+  // A chunk head read past the stream's size ends the walk: a pipe or a device (size 0, or no
+  // position) would otherwise hand out empty chunks forever. A stream that cannot tell its size
+  // is walked as far as its reads go.
   unsigned long long streamSize = 0;
-  if (m_stream->GetFileSize(streamSize) != QO::k_resultSuccess) streamSize = 0;
+  const bool sized = m_stream->GetFileSize(streamSize) == QO::k_resultSuccess;
   for (;;) {
     void* data = nullptr;
     unsigned int got = 0;
@@ -102,10 +103,11 @@ unsigned int QoCAFReader::ReadChunks() {
       }
       case k_expectChunkHead: {
         const long long headOffset = m_stream->GetPosition();
-        if (headOffset < 0 || static_cast<unsigned long long>(headOffset) + 12 > streamSize)
-          return QO::k_resultFailure;
         const unsigned int result = m_stream->Read(12, data, got);
         if (result != QO::k_resultAllDataDelivered) return result;
+        const bool inside =
+            headOffset >= 0 && static_cast<unsigned long long>(headOffset) + 12 <= streamSize;
+        if (sized && !inside) return QO::k_resultFailure;
         const unsigned char* head = static_cast<const unsigned char*>(data);
         const uint32_t type = LoadFourCC(head);
         const long long size = static_cast<long long>(LoadBE64(head + 4));

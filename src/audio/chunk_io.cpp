@@ -3,6 +3,7 @@
 
 #include <qobase/audio/wav_chunk_base.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -30,8 +31,12 @@ unsigned int WriteOut(const zu::File& out, const void* bytes, unsigned int size)
 uint64_t GetWalkLimit(const zu::File& file) {
   FILE* stream = file.GetStream();
   const int descriptor = stream ? fileno(stream) : -1;
+  if (descriptor < 0) return 0;
+  // Bytes a writable stream still buffers are part of the file as its reads see it.
+  const int flags = fcntl(descriptor, F_GETFL);
+  if (flags >= 0 && (flags & O_ACCMODE) != O_RDONLY) std::fflush(stream);
   struct stat info;
-  if (descriptor < 0 || fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) return 0;
+  if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) return 0;
   return info.st_size > 0 ? static_cast<uint64_t>(info.st_size) : 0;
 }
 

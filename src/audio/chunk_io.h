@@ -8,9 +8,10 @@
 
 namespace qobase_audio {
 
-// The size of the regular file open in `file`; 0 for anything else (a pipe, a device, a closed
-// handle). A chunk walk never passes it, so a walk over a stream whose end is unknown, such as
-// /dev/zero or a pipe fed forever, ends at once instead of reading headers without end.
+// The size of the regular file open in `file`, counting what a writable stream still buffers; 0
+// for anything else (a pipe, a device, a closed handle). A chunk walk never passes it, so a walk
+// over a stream whose end is unknown, such as /dev/zero or a pipe fed forever, ends at once
+// instead of reading headers without end.
 uint64_t GetWalkLimit(const zu::File& file);
 
 // Copies the chunk whose head starts at `headOffset` in `source` (the 8-byte head and `bodySize`

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace qobase_audio {
 namespace {
@@ -15,6 +16,19 @@ StandardWaveFormatExtensible StandardBody(const WAVEFORMATEXTENSIBLE& stored, bo
   std::memcpy(&body, &stored, sizeof(body));
   if (bigEndian) WavByteSwapHelpers::Convert(body);
   return body;
+}
+
+// The sub-format of a stored body. The published sub-formats begin with their format tag; sox
+// stores that tag big-endian in a "RIFX" file, the rest of the GUID as it is. A GUID the library
+// knows is taken in that form too; any other GUID as stored, never swapped.
+QO::SonvoAuthoringAPI::QoGuid SubFormatOf(const StandardWaveFormatExtensible& body,
+                                          bool bigEndian) {
+  QO::SonvoAuthoringAPI::QoGuid stored = body.SubFormat;
+  if (!bigEndian || QO::IsKnownSubFormat(stored)) return stored;
+  QO::SonvoAuthoringAPI::QoGuid tagSwapped = stored;
+  unsigned char* bytes = reinterpret_cast<unsigned char*>(&tagSwapped);
+  std::swap(bytes[0], bytes[1]);
+  return QO::IsKnownSubFormat(tagSwapped) ? tagSwapped : stored;
 }
 
 }  // namespace
@@ -34,7 +48,7 @@ QoWaveFormatFacts ReadFormatFacts(const WAVEFORMATEXTENSIBLE& stored, uint32_t b
   if (facts.hasExtensibleFields) {
     facts.validBitsPerSample = body.wValidBitsPerSample;
     facts.channelMask = body.dwChannelMask;
-    facts.subFormat = body.SubFormat;  // a byte string: never swapped
+    facts.subFormat = SubFormatOf(body, bigEndian);
   }
   return facts;
 }
@@ -61,7 +75,7 @@ WAVEFORMATEXTENSIBLE StandardLayoutRecord(const WAVEFORMATEXTENSIBLE& stored, bo
               2);
   record.wValidBitsPerSample = body.wValidBitsPerSample;
   record.dwChannelMask = body.dwChannelMask;
-  record.SubFormat = body.SubFormat;
+  record.SubFormat = SubFormatOf(body, bigEndian);
   return record;
 }
 

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "audio/chunk_io.h"
+#include "audio/chunk_walk.h"
 
 QoFormatChunkBase::QoFormatChunkBase()
     : m_header{0, 0},
@@ -27,47 +27,31 @@ bool QoFormatChunkBase::Init(const zu::File& file, QoFormatChunkBase* parent) {
   m_sizeInFile = 0;
   m_droppedOnLoad = 0;
   AttachFile(file);
-  const uint64_t limit = qobase_audio::GetWalkLimit(*m_file);
 
   uint32_t position = 0;
+  m_needSwap = false;
   if (parent) {
     position = parent->GetDataOffset() + 4;
     m_needSwap = parent->GetChunkID() == QO::k_fccRIFX;
-  } else {
-    m_needSwap = false;
   }
-  for (;;) {
-    RIFFHEADER header;
-    if (position + 8ull > limit || m_file->SetFilePointer(position, zu::k_fileBegin) < 0 ||
-        !m_file->ReadExact(&header, sizeof(header))) {
-      return false;
-    }
-    if (header.chunkID == QO::k_fccRIFX) m_needSwap = true;
-    if (m_needSwap) WavByteSwapHelpers::Convert(header);
-
-    const uint32_t dataOffset = position + 8;
-    if (IsValidChunk(header, dataOffset)) {
-      m_header = header;
+  qobase_audio::ChunkWalk walk(*m_file, position, m_needSwap);
+  while (walk.ReadHead()) {
+    m_needSwap = walk.Swapping();
+    const uint32_t dataOffset = walk.Offset() + 8;
+    if (IsValidChunk(walk.Head(), dataOffset)) {
+      m_header = walk.Head();
       m_dataOffset = dataOffset;
-      m_sizeInFile = header.size;
+      m_sizeInFile = m_header.size;
       m_valid = true;
     }
     // A size that wraps the 32-bit offset (or would bring the scan back to where it is) ends it.
-    uint32_t next = position + 8 + header.size;
-    if (next <= position) {
+    if (!walk.Advance()) {
       m_valid = false;
       return false;
     }
-    if ((header.size & 1) && next != UINT32_MAX) {
-      // The pad byte of an odd body; a writer that left it out is tolerated.
-      unsigned char pad = 1;
-      if (m_file->SetFilePointer(next, zu::k_fileBegin) >= 0 && m_file->ReadExact(&pad, 1) && pad == 0) {
-        ++next;
-      }
-    }
     if (m_valid) return true;
-    position = next;
   }
+  return false;
 }
 
 void QoFormatChunkBase::AttachFile(const zu::File& file) {

@@ -1,11 +1,12 @@
 // QoWavFile: the chunks no member loads, recorded during Open and copied over byte for byte, and
 // what the members left out of the chunks they did load.
-#include <qobase/audio/wav_byte_swap.h>
 #include <qobase/audio/wav_file.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "audio/chunk_io.h"
+#include "audio/chunk_walk.h"
 
 namespace {
 
@@ -27,42 +28,31 @@ bool QoWavFile::IsLoadedChunk(uint32_t bodyOffset) const {
 void QoWavFile::RecordCarriedChunks() {
   m_carriedChunks.clear();
   m_walkDrops = QO::k_droppedNothing;
-  // The same walk as the members' search (a missing pad byte tolerated), so offsets agree.
-  const uint64_t limit = std::min<uint64_t>(qobase_audio::GetWalkLimit(m_file), UINT32_MAX);
-  const bool swap = m_riffChunk.NeedSwapRead();
+  // The members' own walk, so that offsets agree.
   const uint64_t dataHead = m_dataChunk.GetDataOffset() - 8ull;
-  uint64_t position = m_riffChunk.GetDataOffset() + 4ull;
-  while (position + 8 <= limit) {
-    RIFFHEADER header;
-    if (m_file.SetFilePointer(static_cast<long long>(position), zu::k_fileBegin) < 0 ||
-        !m_file.ReadExact(&header, sizeof(header))) {
-      break;
-    }
-    if (swap) WavByteSwapHelpers::Convert(header);
-    uint64_t next = position + 8 + header.size;
-    if (!IsLoadedChunk(static_cast<uint32_t>(position + 8))) {
+  qobase_audio::ChunkWalk walk(m_file, m_riffChunk.GetDataOffset() + 4, m_riffChunk.NeedSwapRead());
+  uint64_t covered = walk.Offset();
+  while (walk.ReadHead()) {
+    const RIFFHEADER& header = walk.Head();
+    const uint32_t offset = walk.Offset();
+    covered = offset + 8ull + header.size;
+    if (!IsLoadedChunk(offset + 8)) {
       if (m_carriedChunks.size() == k_maxCarriedChunks) {
         m_walkDrops |= QO::k_droppedExcessChunks;
         return;
       }
-      QoCarriedChunk chunk = {
-          header.chunkID, 0, static_cast<uint32_t>(position), header.size, position < dataHead,
-          next <= limit};
+      QoCarriedChunk chunk = {header.chunkID, 0, offset, header.size, false, false};
+      chunk.beforeData = offset < dataHead;
+      chunk.complete = covered <= walk.Limit();
       if (header.chunkID == QO::k_fccLIST && header.size >= 4 &&
-          !m_file.ReadExact(&chunk.listType, 4))
+          !walk.Read(offset + 8ull, &chunk.listType, 4))
         chunk.listType = 0;
       m_carriedChunks.push_back(chunk);
     }
-    if ((header.size & 1) && next < limit) {
-      unsigned char pad = 1;
-      if (m_file.SetFilePointer(static_cast<long long>(next), zu::k_fileBegin) >= 0 &&
-          m_file.ReadExact(&pad, 1) && pad == 0) {
-        ++next;
-      }
-    }
-    position = next;
+    if (!walk.Advance()) break;
+    covered = walk.Offset();
   }
-  if (position < limit) m_walkDrops |= QO::k_droppedTrailingBytes;
+  if (covered < walk.Limit()) m_walkDrops |= QO::k_droppedTrailingBytes;
 }
 
 bool QoWavFile::WriteCarriedChunks(const zu::File& out, bool swap, bool beforeData) {

@@ -90,6 +90,22 @@ class CountingReader : public QoCAFReader {
 
 size_t CountingReader::stopAfter = 100;
 
+// A stream of the caller's own over a file: its short reads give 66, and it may not know its size.
+class CallersStream : public QoSimpleStreamStdio {
+ public:
+  explicit CallersStream(bool knowsSize) : m_knowsSize(knowsSize) {}
+  unsigned int Read(unsigned int size, void*& data, unsigned int& read) override {
+    const unsigned int result = QoSimpleStreamStdio::Read(size, data, read);
+    return result == QO::k_resultAllDataDelivered ? result : 66;
+  }
+  unsigned int GetFileSize(unsigned long long& size) override {
+    return m_knowsSize ? QoSimpleStreamStdio::GetFileSize(size) : QO::k_resultFailure;
+  }
+
+ private:
+  bool m_knowsSize;
+};
+
 TEST(CafReader, StereoLittleEndianIntegers) {
   ByteBuilder samples(false);
   samples.U16(0x4000).U16(0xC000).U16(1).U16(0xFFFF);
@@ -162,6 +178,23 @@ TEST(CafReader, WalkResults) {
   EXPECT_EQ(2u, Walk(Caf(Chunk("free", "abc", 0x7FFFFFFFFFFFFFFFLL) + desc + Data("")))->result);
   EXPECT_EQ(2u, Walk(Caf(Chunk("desc", std::string(20, '\0')) + Data("")))->result);
   EXPECT_EQ(2u, Walk(Caf(Desc(-1.0, 0x2, 4, 2, 16) + Data("")))->result);
+}
+
+// A stream of the caller's: its own short-read code comes back, and one that cannot tell its
+// size is walked as far as it reads.
+TEST(CafReader, WalkOverACallersStream) {
+  const std::string head = Caf(Desc(48000, 0x2, 4, 2, 16));
+  qotest::TempDir dir;
+  for (bool knowsSize : {true, false}) {
+    for (const std::string& bytes : {head + Data("abcd"), head}) {
+      ASSERT_TRUE(qotest::WriteFileBytes(dir.File("s.caf"), bytes));
+      CallersStream stream(knowsSize);
+      ASSERT_TRUE(stream.Open(dir.File("s.caf")));
+      QoCAFReader reader(&zuFXMemAlloc::m_instance);
+      reader.Init(&stream);
+      EXPECT_EQ(reader.ReadChunks(), bytes == head ? 66u : 1u) << knowsSize;
+    }
+  }
 }
 
 TEST(CafReader, ChannelLayoutChunk) {

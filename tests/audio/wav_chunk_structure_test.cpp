@@ -9,7 +9,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
+#include <random>
 #include <tuple>
 #include <vector>
 
@@ -39,6 +41,63 @@ class RecordingProgress : public QO::Sonvo::IProgress {
   std::vector<std::pair<std::uint32_t, std::uint32_t>> calls;
 };
 
+// A head as a plain chunk search meets it: offset, ID, size, byte order in force, size wraps.
+struct Head {
+  uint32_t offset, id, size;
+  bool swap, wraps;
+};
+
+// The heads a chunk search meets from just after the form type, taken from the file's bytes one
+// by one, the plain way the search must agree with; `end` gets the offset up to which the walk
+// accounted for the file.
+std::vector<Head> PlainWalk(const std::string& bytes, bool big, uint64_t& end) {
+  std::vector<Head> heads;
+  bool swap = big;
+  uint32_t head[2];
+  end = 12;
+  for (uint32_t p = 12; p + 8ull <= bytes.size(); end = p) {
+    std::memcpy(head, bytes.data() + p, 8);
+    if (head[0] == QO::k_fccRIFX) swap = true;
+    const uint32_t size = swap ? __builtin_bswap32(head[1]) : head[1];
+    uint32_t next = p + 8 + size;
+    heads.push_back({p, head[0], size, swap, next <= p});
+    if (next <= p) {
+      end = p + 8ull + size;
+      break;
+    }
+    if ((size & 1) && next < bytes.size() && bytes[next] == 0) ++next;
+    p = next;
+  }
+  return heads;
+}
+
+// A container of random chunks: mostly small bodies (odd ones with and without their pad byte),
+// some longer than the search's read window, sizes that run past the file or wrap the offset,
+// "RIFX" heads, sometimes thousands of chunks, sometimes cut short or with stray bytes after.
+std::string RandomContainer(std::mt19937& rng, bool big) {
+  static const char* const ids[] = {"fmt ", "data", "cue ", "LIST", "smpl", "JUNK", "RIFX", "odd "};
+  std::string chunks;
+  if (rng() % 4)
+    chunks = Chunk("fmt ", PcmFormatBody(1, 8000, 16, big), big) + Chunk("data", "ab", big);
+  // Thousands of small chunks, so heads straddle the window's edges; or a few chunks of any size.
+  const bool many = rng() % 5 == 0;
+  for (int i = 0, n = many ? 3000 : rng() % 12; i < n; ++i) {
+    const uint32_t kind = many ? 2 : rng() % 12;
+    const uint32_t size = kind == 0   ? 0xFFFFFFFF - rng() % 10
+                          : kind == 1 ? 20000 + rng() % 20000
+                                      : rng() % 40;
+    std::string body(size > 40000 ? rng() % 40 : size, '\0');
+    for (size_t k = 0; k < body.size() && k < 8; ++k)
+      body[k] = static_cast<char>(rng() % 2 * rng());
+    if (body.size() >= 4 && rng() % 2) body.replace(0, 4, "adtl");
+    if (body.size() % 2 && rng() % 3) body.push_back(0);
+    chunks += ChunkWithSize(ids[rng() % 8], size, body, big);
+  }
+  if (rng() % 4 == 0) chunks.resize(rng() % (chunks.size() + 1));
+  if (rng() % 5 == 0) chunks.append(1 + rng() % 7, '\0');
+  return Riff(chunks, big);
+}
+
 // A WAVE file with a data chunk of `size` bytes of which the file holds `present`.
 std::string DataFile(uint32_t size, uint32_t present) {
   std::string samples;
@@ -66,6 +125,70 @@ TEST(WavChunkSearch, FindsTheFirstChunkOfItsKind) {
   EXPECT_EQ(std::string(body, 7), "odytest");
   probe.Reset();  // drops its handle
   EXPECT_EQ(probe.ReadData(body, 4, 0), 0u);
+}
+
+// A caller that wrote the file through its own stream searches it before the stream's buffer
+// reached the disk.
+TEST(WavChunkSearch, SeesWhatTheStreamStillBuffers) {
+  TempDir dir;
+  FILE* stream = std::fopen(dir.File("w.wav").c_str(), "w+b");
+  ASSERT_NE(stream, nullptr);
+  const std::string bytes = Riff(Chunk("fmt ", PcmFormatBody(1, 8000, 16)) + Chunk("test", "x"));
+  ASSERT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), stream), bytes.size());
+  {
+    zu::File file(stream);
+    QoRiffChunk riff;
+    ProbeChunk probe("test");
+    EXPECT_TRUE(riff.Init(file, nullptr) && probe.Init(file, &riff));
+    EXPECT_EQ(probe.GetDataOffset(), 12u + 24 + 8);
+  }
+  std::fclose(stream);
+}
+
+// Every chunk kind finds what a plain walk finds, and the editor carries exactly the chunks of
+// that walk which no member loaded, over containers made to catch a walk that reads its heads
+// through a window.
+TEST(WavChunkSearch, AgreesWithAPlainWalkOverGeneratedFiles) {
+  TempDir dir;
+  const std::string path = dir.File("g.wav");
+  std::mt19937 rng(7);
+  for (int i = 0; i < 400; ++i) {
+    const bool big = rng() % 4 == 0;
+    const std::string bytes = RandomContainer(rng, big);
+    ASSERT_TRUE(WriteFileBytes(path, bytes));
+    uint64_t end = 0;
+    const std::vector<Head> heads = PlainWalk(bytes, big, end);
+    SCOPED_TRACE(std::to_string(i) + ": " + std::to_string(heads.size()) + " heads");
+    OpenedWav file(path);
+    ASSERT_TRUE(file.ok);
+    for (const char* id : {"fmt ", "data", "LIST", "odd "}) {
+      ProbeChunk probe(id);
+      const bool found = probe.Init(file.file, &file.riff);
+      const auto first = std::find_if(heads.begin(), heads.end(),
+                                      [&](const Head& h) { return h.id == probe.GetChunkID(); });
+      ASSERT_EQ(found, first != heads.end() && !first->wraps) << id;
+      if (found) {
+        const uint32_t size = probe.GetFileChunkSize() - 8 - (first->size & 1);
+        EXPECT_EQ(std::make_tuple(probe.GetDataOffset(), size, probe.NeedSwapRead()),
+                  std::make_tuple(first->offset + 8, first->size, first->swap))
+            << id;
+      }
+    }
+    QoWavFile wav;
+    if (!wav.Open(zu::Path(path), false)) continue;
+    std::vector<uint32_t> expected, carried;
+    const QoFormatChunkBase* members[] = {&wav.m_fmtChunk, &wav.m_dataChunk, &wav.m_cueChunk,
+                                          &wav.m_listChunk, &wav.m_smplChunk};
+    for (const Head& h : heads) {
+      if (std::none_of(std::begin(members), std::end(members), [&](const QoFormatChunkBase* m) {
+            return m->IsValid() && m->GetDataOffset() == h.offset + 8;
+          }))
+        expected.push_back(h.offset);
+    }
+    for (const QoCarriedChunk& c : wav.GetCarriedChunks()) carried.push_back(c.offset);
+    EXPECT_EQ(carried, expected);
+    EXPECT_EQ((wav.GetDroppedOnLoad() & QO::k_droppedTrailingBytes) != 0, end < bytes.size());
+  }
 }
 
 TEST(WavRiffChunk, WritesHeadAndPatchesSizeFromFileSize) {

@@ -66,11 +66,12 @@ bool WriteAll(QoWavFile& wav, const std::string& path, bool swap, bool compact) 
          out.Close() == QO::k_resultSuccess;
 }
 
-std::vector<std::pair<std::string, std::string>> ChunksOf(const std::string& file) {
+std::vector<std::pair<std::string, std::string>> ChunksOf(const std::string& file, bool big) {
   std::vector<std::pair<std::string, std::string>> chunks;
   for (size_t p = 12; p + 8 <= file.size();) {
     uint32_t size;
     std::memcpy(&size, file.data() + p + 4, 4);
+    if (big) size = __builtin_bswap32(size);
     chunks.emplace_back(file.substr(p, 4), file.substr(p + 8, size));
     p += 8ull + size + (size & 1);
   }

@@ -72,8 +72,9 @@ bool WriteAll(QoWavFile& wav, const std::string& path, bool swap, bool compact =
 // chunks before the data, cue points, labels, sampler, filler, data, carried chunks after it.
 bool WriteKeepingEverything(QoWavFile& wav, const std::string& path, bool swap);
 
-// The chunks of a whole little-endian WAVE file as (ID, body) pairs in file order.
-std::vector<std::pair<std::string, std::string>> ChunksOf(const std::string& file);
+// The chunks of a whole WAVE file ("RIFX" when `big`) as (ID, body) pairs in file order.
+std::vector<std::pair<std::string, std::string>> ChunksOf(const std::string& file,
+                                                          bool big = false);
 
 // A file read back by QoWavFileReader: markers as "ID@position:label", the loop, the data offset
 // and the 16-bit samples of `channels` channels.

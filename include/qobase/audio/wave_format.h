@@ -259,12 +259,16 @@ struct QoWaveFormatFacts {
   uint32_t sampleRate;      // as stored
   uint16_t blockAlign;      // as stored
   uint16_t bitsPerSample;   // as stored (the container width in an extensible format)
-  // True when the body has the published extensible fields: tag 0xFFFE and 40 bytes or more.
-  // The next three fields are stored values only then, else 0 and the null GUID.
+  // True when the body is long enough for the published extensible fields: tag 0xFFFE and 40
+  // bytes or more. The next three fields are the values at their published offsets only then,
+  // else 0 and the null GUID. They describe the format only when standardLayoutUsed: the 44-byte
+  // record this library writes also has tag 0xFFFE, with its mask at 24 and sub-format at 28.
   bool hasExtensibleFields;
   uint16_t validBitsPerSample;  // body offset 18
   uint32_t channelMask;         // body offset 20, the speaker bits as stored
-  QO::SonvoAuthoringAPI::QoGuid subFormat;  // body offset 24
+  // Body offset 24. In a "RIFX" file a known GUID whose leading format tag was stored
+  // big-endian (as sox writes it) is given as that GUID, not as its stored bytes.
+  QO::SonvoAuthoringAPI::QoGuid subFormat;
   // The format was read by the published extensible layout (the opt-in was on and the
   // sub-format is one the library knows); false when it went the default way.
   bool standardLayoutUsed;
