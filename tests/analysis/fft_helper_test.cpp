@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "analysis/analysis_test_util.h"
+#include "analysis/plain_recipes.h"
 
 namespace {
 
@@ -188,6 +189,48 @@ TEST(FFTHelper, ProgressSeesEveryBlockAndCanCancel) {
     EXPECT_EQ(c.first == 0, helper.GetSpectrum(dir.File("n.wav"), spectrum, rate, &progress));
     EXPECT_EQ(c.second, progress.calls);
     EXPECT_EQ(128u, spectrum.size());
+  }
+}
+
+// Sizes with one, two and many bin pairs (6 is not a power of two); noise, a tone, an impulse.
+TEST(FFTHelper, PowerSpectrumIsThePlainRecurrenceBitForBit) {
+  for (unsigned int n : {2u, 4u, 6u, 64u, 2048u}) {
+    FFTHelper helper(n, FFTHelper::Hann);
+    for (int signal = 0; signal < 3; ++signal) {
+      std::vector<float> input = qotest::Noise(n, 3.0f, n + signal);
+      for (unsigned int i = 0; signal > 0 && i < n; ++i)
+        input[i] = signal == 1 ? std::sin(0.37f * i) * 0.25f : (i == n / 3 ? 1.0f : 0.0f);
+      std::copy(input.begin(), input.end(), helper.GetInput());
+      std::vector<float> power(n);
+      helper.PowerSpectrum(power.data());
+      EXPECT_TRUE(qotest::SameBits(qotest::PlainPowerSpectrum(input), power)) << n << " " << signal;
+    }
+  }
+}
+
+// Files of every channel count and width, blocks whole and partial, every window.
+TEST(FFTHelper, FileSpectrumIsThePlainRecipeBitForBit) {
+  const qotest::TempDir dir;
+  const struct {
+    uint16_t channels, bits;
+    unsigned int frames, size;
+    FFTHelper::WindowFunction window;
+  } cases[] = {{1, 16, 9000, 2048, FFTHelper::Hann},
+               {2, 24, 5000, 256, FFTHelper::Hamming},
+               {6, 32, 3001, 512, FFTHelper::Triangular},
+               {2, 16, 100, 2048, FFTHelper::Hann},
+               {1, 32, 1000, 2, FFTHelper::Hamming}};
+  for (const auto& c : cases) {
+    std::vector<float> samples = qotest::Noise(c.frames * c.channels, 0.9f, c.frames);
+    for (size_t i = 0; i < samples.size(); ++i) samples[i] *= static_cast<float>(i % 700) / 700;
+    ASSERT_TRUE(qotest::WriteWavSamples(dir.File("n.wav"), c.channels, c.bits, 48000, samples));
+    FFTHelper helper(c.size, c.window);
+    std::vector<float> spectrum;
+    unsigned int rate = 0;
+    ASSERT_TRUE(helper.GetSpectrum(dir.File("n.wav"), spectrum, rate, nullptr));
+    EXPECT_TRUE(
+        qotest::SameBits(qotest::PlainSpectrum(dir.File("n.wav"), helper.GetWindow()), spectrum))
+        << c.channels << " channels, N = " << c.size;
   }
 }
 
