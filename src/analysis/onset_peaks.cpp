@@ -43,7 +43,10 @@ void QoOnsetDetector::PickPeaks(std::vector<float>& flux, std::vector<unsigned i
       const float previousEnvelope = static_cast<float>(envelope);
       if (i > 0)
         envelope = StoreEnvelope(std::max(value, 0.100000024f * value + 0.9f * previousEnvelope));
-      if (value < mean || value < k_minimumPeak || (i > 0 && value < previousEnvelope)) continue;
+      // Written as the comparisons that must hold, so that a NaN on either side fails them.
+      const bool candidate =
+          value >= mean && value >= k_minimumPeak && (i == 0 || value >= previousEnvelope);
+      if (!candidate) continue;
       float largest = 0.0f;
       for (size_t j = lo; j < hi; ++j) largest = std::max(largest, x[j]);
       if (value == largest) peaks.push_back(static_cast<unsigned int>(i));

@@ -174,8 +174,14 @@ TEST(OnsetDetector, BadSourcesLeaveNoMarkers) {
   ASSERT_TRUE(qotest::WriteWavSamples(dir.File("short.wav"), 1, 16, 44100,
                                       std::vector<float>(hits.begin(), hits.begin() + 2489)));
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("hits.caf"), qotest::Caf16(1, 44100, hits)));
+  for (const float odd : {NAN, INFINITY}) {  // one such sample makes the running mean NaN
+    std::vector<float> spoilt = hits;
+    spoilt[100] = odd;
+    ASSERT_TRUE(qotest::WriteWavSamples(dir.File(std::isnan(odd) ? "nan.wav" : "inf.wav"), 1, 32,
+                                        44100, spoilt));
+  }
   for (const char* name : {"", "missing.wav", "text.wav", "cut.wav", "folder.wav", "empty.wav",
-                           "short.wav", "eight.wav", "hits.caf"}) {
+                           "short.wav", "eight.wav", "hits.caf", "nan.wav", "inf.wav"}) {
     QoOnsetDetector detector;
     detector.SetSource(dir.File("hits.wav"));
     ASSERT_EQ(4u, detector.GetProminences().size());

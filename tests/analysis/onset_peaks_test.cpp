@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <qobase/analysis/onset_detector.h>
 
+#include <cmath>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -51,6 +52,7 @@ TEST(OnsetPeaks, PickPeaksFollowsThresholdEnvelopeAndNeighbourhood) {
       {{{5, 3.0f}, {8, 4.0f}}, {5, 8}},     // 3 ahead is outside
       {{{5, 4.0f}, {14, 3.0f}}, {5}},       // a larger value 9 behind
       {{{5, 4.0f}, {15, 3.0f}}, {5, 15}},   // 10 behind is outside
+      {{{2, NAN}, {12, 5.0f}}, {}},         // a NaN makes the running mean NaN: nothing reaches it
   };
   for (const auto& c : cases) {
     std::vector<float> flux = Curve(20, 0.0f, c.first);
