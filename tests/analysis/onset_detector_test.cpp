@@ -1,3 +1,4 @@
+// QoOnsetDetector on files: the flux curve, the markers of clicks and tones, unusable sources.
 #include <gtest/gtest.h>
 #include <qobase/analysis/onset_detector.h>
 #include <qobase/audio/caf_reader.h>
@@ -70,9 +71,10 @@ void ExpectMarkersAtTheLargestRise(const std::vector<double>& onsets,
   for (size_t i = 0; i < times.size(); ++i) {
     const long near = static_cast<long>(onsets[i] * rate) / hop;
     long best = near - 4;
+    double largest = ExpectedFlux(samples, channels, rate, best);
     for (long t = best + 1; t <= near + 2; ++t) {
-      if (ExpectedFlux(samples, channels, rate, t) > ExpectedFlux(samples, channels, rate, best))
-        best = t;
+      const double rise = ExpectedFlux(samples, channels, rate, t);
+      if (rise > largest) largest = rise, best = t;
     }
     EXPECT_EQ(static_cast<double>(best) * hop / rate, times[i]) << what << ", onset " << i;
     EXPECT_LE(times[i], onsets[i]) << what << ", onset " << i;
@@ -104,42 +106,28 @@ TEST(OnsetDetector, FluxLengthFollowsTheHopAndChunkArithmetic) {
   }
 }
 
-TEST(OnsetDetector, FluxMatchesTheFormulasForEveryChannelCount) {
-  const qotest::TempDir dir;
-  for (unsigned int channels : {1u, 2u, 6u}) {
-    std::vector<float> samples = qotest::Noise(4000 * channels, 1.0f, channels);
-    for (size_t i = 0; i < samples.size(); ++i)
-      samples[i] *= (i / channels / 700) % 2 ? 0.6f : 0.05f;
-    ASSERT_TRUE(qotest::WriteWavSamples(dir.File("n.wav"), channels, 32, 8000, samples));
-    QoOnsetDetector detector;
-    std::vector<float> flux;
-    detector.SpectralFluxFromFile(dir.File("n.wav"), flux);
-    ASSERT_EQ(37u, flux.size()) << channels << " channels";
-    for (size_t t = 0; t < flux.size(); ++t) {
-      const double expected = ExpectedFlux(samples, channels, 8000, static_cast<long>(t));
-      EXPECT_NEAR(expected, flux[t], 1e-4 * (1 + expected)) << channels << " channels, " << t;
-    }
-  }
-}
-
-// Several chunks, a last partial chunk, hops that do and do not divide the chunk.
-TEST(OnsetDetector, FluxIsThePlainRecipeBitForBit) {
+// Every channel count; several chunks and a partial last one, hops that do and do not divide the
+// chunk. Bit for bit the plain recipe, and every seventh value within 1e-4 of the formulas.
+TEST(OnsetDetector, FluxIsThePlainRecipe) {
   const qotest::TempDir dir;
   const struct {
-    uint16_t channels, bits;
-    unsigned int rate, frames;
-  } cases[] = {{1, 16, 44100, 100000}, {2, 24, 48000, 70000}, {6, 32, 22050, 40000}};
+    unsigned int channels, rate, frames;
+  } cases[] = {{1, 44100, 100000}, {2, 48000, 70000}, {6, 8000, 40000}};
   for (const auto& c : cases) {
     std::vector<float> samples = qotest::Noise(c.frames * c.channels, 0.9f, c.rate);
     for (size_t i = 0; i < samples.size(); ++i)
       samples[i] *= (i / c.channels / 3000) % 3 ? 0.02f : 1.0f;
-    ASSERT_TRUE(qotest::WriteWavSamples(dir.File("n.wav"), c.channels, c.bits, c.rate, samples));
+    ASSERT_TRUE(qotest::WriteWavSamples(dir.File("n.wav"), c.channels, 32, c.rate, samples));
     QoOnsetDetector detector;
     std::vector<float> flux;
     detector.SpectralFluxFromFile(dir.File("n.wav"), flux);
     const std::vector<float> plain = qotest::PlainFlux(dir.File("n.wav"));
-    EXPECT_GT(plain.size(), 100u);
+    EXPECT_GT(plain.size(), 140u);
     EXPECT_TRUE(qotest::SameBits(plain, flux)) << c.channels << " channels";
+    for (size_t t = 0; t < flux.size(); t += 7) {
+      const double expected = ExpectedFlux(samples, c.channels, c.rate, static_cast<long>(t));
+      ASSERT_NEAR(expected, flux[t], 1e-4 * (1 + expected)) << c.channels << " channels, " << t;
+    }
   }
 }
 

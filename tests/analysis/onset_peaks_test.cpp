@@ -1,3 +1,4 @@
+// QoOnsetDetector on given flux curves: peak picking, prominences, marker selection.
 #include <gtest/gtest.h>
 #include <qobase/analysis/onset_detector.h>
 

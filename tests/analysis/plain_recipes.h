@@ -6,6 +6,7 @@
 #include <kiss_fftr.h>
 #include <qobase/audio/audio_file_reader.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <memory>
