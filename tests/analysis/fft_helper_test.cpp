@@ -178,6 +178,23 @@ TEST(FFTHelper, SilenceAndBadInput) {
   }
 }
 
+// A CAF that claims 2^32 - 1 frames and holds 40000: the block position passes 2^32 and the
+// loop ends; every block after the data reads nothing.
+TEST(FFTHelper, AFileClaimingFourBillionFramesEnds) {
+  const qotest::TempDir dir;
+  const std::vector<float> noise = qotest::Noise(40000, 0.5f, 5);
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("h.caf"),
+                                     qotest::Caf16(1, 44100, noise, 0x1FFFFFFFEull + 4)));
+  QoCAFFileReader caf;
+  ASSERT_TRUE(caf.Open(dir.File("h.caf").c_str()));
+  FFTHelper helper(65536, FFTHelper::Hann);
+  std::vector<float> spectrum;
+  unsigned int rate = 0;
+  ASSERT_TRUE(helper.GetSpectrum(caf, spectrum, rate, nullptr));
+  EXPECT_EQ(0xFFFFFFFFu, caf.GetNumFrames());
+  EXPECT_EQ(0.0f, *std::max_element(spectrum.begin(), spectrum.end()));
+}
+
 // Records every call; answers "cancelled" at the given question.
 struct RecordingProgress : QO::Sonvo::IProgress {
   explicit RecordingProgress(int cancelAt) : cancelAt(cancelAt) {}

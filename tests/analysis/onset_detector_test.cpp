@@ -156,6 +156,23 @@ TEST(OnsetDetector, ClicksAndTonesAreMarkedAtTheStartOfTheirLargestRise) {
   ExpectMarkersAtTheLargestRise(k_hitTimes, samples, 2, 44100, false, detector, "CAF");
 }
 
+// A CAF that claims 2^32 - 1 frames and holds 40000 is read to the end of its data, and the curve
+// is not reserved for the frames it claims.
+TEST(OnsetDetector, AFileClaimingFourBillionFramesIsReadToTheEndOfItsData) {
+  const qotest::TempDir dir;
+  const std::vector<float> noise = qotest::Noise(40000, 0.5f, 5);
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("h.caf"),
+                                     qotest::Caf16(1, 44100, noise, 0x1FFFFFFFEull + 4)));
+  QoCAFFileReader caf;
+  ASSERT_TRUE(caf.Open(dir.File("h.caf").c_str()));
+  QoOnsetDetector detector;
+  std::vector<float> flux;
+  detector.SpectralFluxFromFile(caf, flux);
+  EXPECT_EQ(0xFFFFFFFFu, detector.GetNumFrames());
+  EXPECT_EQ((40000u - 441 - 1024 + 440) / 441, flux.size());
+  EXPECT_LE(flux.capacity(), 1u << 20);
+}
+
 // Every source that gives no flux, or no peak, leaves no prominences from the earlier one.
 TEST(OnsetDetector, BadSourcesLeaveNoMarkers) {
   const qotest::TempDir dir;
