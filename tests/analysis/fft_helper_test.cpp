@@ -178,33 +178,20 @@ TEST(FFTHelper, SilenceAndBadInput) {
   }
 }
 
-// A CAF that claims 2^32 - 1 frames and holds 40000: the block position passes 2^32 and the
-// loop ends; every block after the data reads nothing.
-TEST(FFTHelper, AFileClaimingFourBillionFramesEnds) {
-  const qotest::TempDir dir;
-  const std::vector<float> noise = qotest::Noise(40000, 0.5f, 5);
-  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("h.caf"),
-                                     qotest::Caf16(1, 44100, noise, 0x1FFFFFFFEull + 4)));
-  QoCAFFileReader caf;
-  ASSERT_TRUE(caf.Open(dir.File("h.caf").c_str()));
-  FFTHelper helper(65536, FFTHelper::Hann);
-  std::vector<float> spectrum;
-  unsigned int rate = 0;
-  ASSERT_TRUE(helper.GetSpectrum(caf, spectrum, rate, nullptr));
-  EXPECT_EQ(0xFFFFFFFFu, caf.GetNumFrames());
-  EXPECT_NEAR(0.0, *std::max_element(spectrum.begin(), spectrum.end()), 1e-4);
-}
-
 // Records every call; answers "cancelled" at the given question.
 struct RecordingProgress : QO::Sonvo::IProgress {
   explicit RecordingProgress(int cancelAt) : cancelAt(cancelAt) {}
   void SetRange(uint32_t lo, uint32_t hi) override {
     calls += std::to_string(lo) + "-" + std::to_string(hi) + ":";
   }
-  void SetPosition(uint32_t current) override { calls += " " + std::to_string(current); }
+  void SetPosition(uint32_t current) override {
+    calls += " " + std::to_string(current);
+    ++positions;
+  }
   bool IsCancelled() override { return calls += "?", --cancelAt == 0; }
   std::string calls;
   int cancelAt;
+  unsigned int positions = 0;
 };
 
 // 512 frames are four half blocks: the position reaches 512 and one more block follows.
@@ -220,6 +207,37 @@ TEST(FFTHelper, ProgressSeesEveryBlockAndCanCancel) {
     EXPECT_EQ(c.first == 0, helper.GetSpectrum(dir.File("n.wav"), spectrum, rate, &progress));
     EXPECT_EQ(c.second, progress.calls);
     EXPECT_EQ(128u, spectrum.size());
+  }
+}
+
+// Counts the reads of a CAF reader.
+struct CountingCafReader : QoCAFFileReader {
+  unsigned int ReadPCMDataAsFloat32(unsigned int frames, float* out) override {
+    return ++reads, QoCAFFileReader::ReadPCMDataAsFloat32(frames, out);
+  }
+  unsigned int reads = 0;
+};
+
+// A CAF that claims 2^32 - 1 frames and holds 40000. Without progress the reads stop at the end
+// of the data: 157 blocks of 256 frames and one of nothing. With progress every position is
+// still reported, up to 2^32 and past it (no 32-bit wrap), and the loop ends.
+TEST(FFTHelper, AFileClaimingFourBillionFramesCostsWhatItHolds) {
+  const qotest::TempDir dir;
+  const std::vector<float> noise = qotest::Noise(40000, 0.5f, 5);
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("h.caf"),
+                                     qotest::Caf16(1, 44100, noise, 0x1FFFFFFFEull + 4)));
+  for (const unsigned int size : {256u, 65536u}) {
+    CountingCafReader caf;
+    ASSERT_TRUE(caf.Open(dir.File("h.caf").c_str()));
+    FFTHelper helper(size, FFTHelper::Hann);
+    RecordingProgress progress(0);
+    std::vector<float> spectrum;
+    unsigned int rate = 0;
+    ASSERT_TRUE(helper.GetSpectrum(caf, spectrum, rate, size == 256 ? nullptr : &progress));
+    EXPECT_EQ(0xFFFFFFFFu, caf.GetNumFrames());
+    EXPECT_EQ(size == 256 ? 158u : 2u, caf.reads);
+    EXPECT_EQ(size == 256 ? 0u : 131072u, progress.positions);
+    EXPECT_NEAR(0.0, *std::max_element(spectrum.begin(), spectrum.end()), 1e-4);
   }
 }
 
