@@ -14,7 +14,7 @@ namespace {
 
 using qotest::k_pi;
 
-// Flux value t straight from the description, in double precision: the summed rise of every bin
+// Flux value t straight from its definition, in double precision: the summed rise of every bin
 // from the frame centred on t*hop to the one centred on (t+1)*hop, each frame 2048 frames of the
 // channel mean (zeros outside the file), Hamming-windowed, power scaled by 1 / the window's sum.
 double ExpectedFlux(const std::vector<float>& samples, unsigned int channels, unsigned int rate,
