@@ -1,7 +1,9 @@
 // The level spectrum (FFTHelper::GetSpectrum, N = 2048, Hann) of ten minutes of a stereo 48 kHz
-// 16-bit drum track read from disk, against the bare cost of the KISS FFT real transforms it
-// runs, made on the same blocks (mixed and windowed beforehand, held in memory): best of several
-// interleaved runs and the overhead ratio, ours / bare transforms.
+// 16-bit drum track read from disk, against the bare cost of KISS FFT real transforms on the
+// same blocks (mixed and windowed beforehand, held in memory): best of several interleaved runs.
+// Two baselines: the transforms GetSpectrum runs (one per block of data and one block of
+// nothing), and the transforms of the plain block loop, which advances by N/2 per block and so
+// also transforms every block of nothing up to twice the file's length (about twice as many).
 #include <kiss_fftr.h>
 #include <qobase/analysis/fft_helper.h>
 #include <qobase/audio/wav_file_reader.h>
@@ -31,11 +33,12 @@ double Seconds(const std::function<void()>& job) {
 // The blocks GetSpectrum transforms: every N frames of the file mixed with gain 1/sqrt(2) and
 // windowed, the last one padded with zeros, and the one block of nothing that follows the end.
 std::vector<float> TransformedBlocks(const std::string& path, const std::vector<float>& window,
-                                     size_t& count) {
+                                     size_t& count, size_t& frames) {
   std::vector<float> blocks;
   QoWavFileReader reader;
   if (!reader.Open(zu::Path(path)) || !reader.ReadChunks(0x3)) return blocks;
   reader.SeekToAudioFrame(0);
+  frames = reader.GetNumFrames();
   const float gain = 1.0f / std::sqrt(2.0f);
   std::vector<float> samples(2 * k_size);
   for (unsigned int got; (got = reader.ReadPCMDataAsFloat32(k_size, samples.data())) != 0;) {
@@ -60,12 +63,22 @@ int main() {
     return 1;
   }
   FFTHelper helper(k_size, FFTHelper::Hann);
-  size_t count = 0;
-  const std::vector<float> blocks = TransformedBlocks(path, helper.GetWindow(), count);
+  size_t count = 0, frames = 0;
+  const std::vector<float> blocks = TransformedBlocks(path, helper.GetWindow(), count, frames);
   kiss_fftr_cfg config = kiss_fftr_alloc(k_size, 0, nullptr, nullptr);
   std::vector<kiss_fft_cpx> bins(k_size / 2 + 1);
+  // The plain loop runs while the position, N/2 more per block, has not passed the file's end.
+  const size_t plainCount = frames / (k_size / 2) + 1;
+  double checksum = 0;
+  // `transforms` blocks: the data blocks, then the block of nothing for the rest.
+  auto bareTransforms = [&](size_t transforms) {
+    for (size_t b = 0; b < transforms; ++b) {
+      kiss_fftr(config, blocks.data() + std::min(b, count - 1) * k_size, bins.data());
+      checksum += bins[b % bins.size()].r;
+    }
+  };
 
-  double ours = 1e30, bare = 1e30, checksum = 0;
+  double ours = 1e30, bare = 1e30, barePlain = 1e30;
   bool ok = !blocks.empty();
   std::vector<float> spectrum;
   for (int i = 0; i < k_repetitions && ok; ++i) {
@@ -74,12 +87,8 @@ int main() {
                       spectrum.clear();
                       ok = helper.GetSpectrum(path, spectrum, rate, nullptr);
                     }));
-    bare = std::min(bare, Seconds([&] {
-                      for (size_t b = 0; b < count; ++b) {
-                        kiss_fftr(config, blocks.data() + b * k_size, bins.data());
-                        checksum += bins[b % bins.size()].r;
-                      }
-                    }));
+    bare = std::min(bare, Seconds([&] { bareTransforms(count); }));
+    barePlain = std::min(barePlain, Seconds([&] { bareTransforms(plainCount); }));
   }
   kiss_fftr_free(config);
   if (!ok) {
@@ -88,9 +97,13 @@ int main() {
   }
   std::printf("spectrum, 10 min stereo 48 kHz 16-bit drums, N = %u, best of %d interleaved runs\n",
               k_size, k_repetitions);
-  std::printf("  GetSpectrum %.3f s   %zu bare kiss_fftr transforms %.3f s   (checksum %g)\n", ours,
-              count, bare, checksum);
-  std::printf("  overhead ratio ours / bare %.3f (target <= 1.25) %s\n", ours / bare,
-              ours / bare <= 1.25 ? "met" : "MISSED");
+  std::printf(
+      "  GetSpectrum %.3f s   bare kiss_fftr: %zu transforms %.3f s, %zu transforms %.3f s"
+      "   (checksum %g)\n",
+      ours, count, bare, plainCount, barePlain, checksum);
+  std::printf("  overhead ratio ours / the %zu transforms it runs %.3f (target <= 1.25) %s\n",
+              count, ours / bare, ours / bare <= 1.25 ? "met" : "MISSED");
+  std::printf("  ratio ours / the %zu transforms of the plain block loop %.3f\n", plainCount,
+              ours / barePlain);
   return 0;
 }

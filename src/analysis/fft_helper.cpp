@@ -3,6 +3,7 @@
 #include <qobase/analysis/fft_helper.h>
 #include <qobase/audio/audio_file_reader.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstdint>
@@ -203,23 +204,26 @@ bool FFTHelper::GetSpectrum(QoAudioFileReader& reader, std::vector<float>& spect
 
   const float gain = 1.0f / std::sqrt(static_cast<float>(channels));
   float* input = m_fft->input.data();
-  // The position advances by N/2 per block while the reads advance by N frames, so the second
-  // half of the blocks reads nothing. A block of nothing has power 0 everywhere; the first one
-  // is applied, and every later one would change nothing, so its transform is skipped.
-  bool silentBlockApplied = false;
+  // The position advances by N/2 per block while the reads advance by N frames, so the later
+  // blocks read nothing, and a reader that has returned nothing stays at its end. The first block
+  // of nothing is applied (power 0 in every bin); every later one would change nothing, so it is
+  // neither read nor transformed, and without progress to report the loop ends there: a file
+  // that claims billions of frames it does not hold costs no more than the frames it holds.
+  bool atEnd = false;
   uint64_t position = 0;
   do {
-    unsigned int got = reader.ReadPCMDataAsFloat32(n, samples.data());
-    if (got > n) got = n;
-    if (got > 0 || !silentBlockApplied) {
+    if (!atEnd) {
+      const unsigned int got = std::min(reader.ReadPCMDataAsFloat32(n, samples.data()), n);
       MixAndWindow(samples.data(), got, channels, gain, m_window.data(), input, n);
       FoldLowerPowers(spectrum.data());
-      if (got == 0) silentBlockApplied = true;
+      atEnd = got == 0;
     }
     position += half;
     if (progress) {
       progress->SetPosition(static_cast<uint32_t>(position));
       if (progress->IsCancelled()) return false;
+    } else if (atEnd) {
+      break;
     }
   } while (position <= total);
 

@@ -87,10 +87,15 @@ void QoOnsetDetector::SpectralFluxFromFile(QoAudioFileReader& reader, std::vecto
   numFrames = reader.GetNumFrames();
   hop = sampleRate / 100;
   if (numFrames < hop + k_frameSize) return;
-  // A hop of 0 would never advance and one above the chunk would not fit the buffer; the reads
-  // fill frames of the format's channel count, so the configuration must agree with it.
-  if (hop == 0 || hop > k_chunkFrames || numChannels == 0 || numChannels != format.nChannels)
+  // A hop of 0 would never advance; the reads fill frames of the format's channel count, so the
+  // configuration must agree with it.
+  if (hop == 0 || numChannels == 0 || numChannels != format.nChannels) return;
+  if (hop > k_chunkFrames) {
+    // No whole hop fits a chunk, so the first chunk read is empty and the analysis ends there,
+    // with the values it has.
+    numFluxFrames = static_cast<unsigned int>(flux.size());
     return;
+  }
   try {
     AllocFFT(k_frameSize);
     if (fftContext && fftContext->IsValid()) ReadFlux(reader, flux);

@@ -30,12 +30,12 @@ void QoOnsetDetector::PickPeaks(std::vector<float>& flux, std::vector<unsigned i
   float mean = (x[0] + 0.0f + (n > 1 ? x[1] : 0.0f)) / k_meanWeight;
   try {
     for (size_t i = 0; i < n; ++i) {
-      // The bounds are computed in float, as the mean's weights are; clamped to the curve.
-      size_t lo = static_cast<size_t>(std::max(0.0f, static_cast<float>(i) - 9.0f));
-      size_t hi =
-          static_cast<size_t>(std::min(static_cast<float>(i) + 3.0f, static_cast<float>(n)));
-      lo = std::min(lo, i);
-      hi = std::min(std::max(hi, i + 1), n);
+      // The bounds are computed in float. From 2^24 values on they are rounded, and may even
+      // pass the curve's end (then, and only then, they stop at the end).
+      const size_t lo =
+          std::min(static_cast<size_t>(std::max(0.0f, static_cast<float>(i) - 9.0f)), n);
+      const size_t hi = std::min(
+          static_cast<size_t>(std::min(static_cast<float>(i) + 3.0f, static_cast<float>(n))), n);
       if (lo >= 1) mean -= x[lo - 1] / k_meanWeight;
       mean += x[hi - 1] / k_meanWeight;
 
@@ -43,7 +43,10 @@ void QoOnsetDetector::PickPeaks(std::vector<float>& flux, std::vector<unsigned i
       const float previousEnvelope = static_cast<float>(envelope);
       if (i > 0)
         envelope = StoreEnvelope(std::max(value, 0.100000024f * value + 0.9f * previousEnvelope));
-      if (value < mean || value < k_minimumPeak || (i > 0 && value < previousEnvelope)) continue;
+      // Written as the comparisons that must hold, so that a NaN on either side fails them.
+      const bool candidate =
+          value >= mean && value >= k_minimumPeak && (i == 0 || value >= previousEnvelope);
+      if (!candidate) continue;
       float largest = 0.0f;
       for (size_t j = lo; j < hi; ++j) largest = std::max(largest, x[j]);
       if (value == largest) peaks.push_back(static_cast<unsigned int>(i));

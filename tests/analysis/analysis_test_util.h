@@ -37,15 +37,17 @@ inline std::vector<std::complex<double>> Dft(const std::vector<double>& x) {
   return Dft(std::vector<std::complex<double>>(x.begin(), x.end()));
 }
 
-// A CAF file of 16-bit big-endian integer samples (x scaled by 32767, truncated).
-inline std::string Caf16(uint32_t channels, double rate, const std::vector<float>& interleaved) {
+// A CAF file of 16-bit big-endian integer samples (x scaled by 32767, truncated). Its data chunk
+// claims claimedSize bytes when that is given.
+inline std::string Caf16(uint32_t channels, double rate, const std::vector<float>& interleaved,
+                         uint64_t claimedSize = 0) {
   ByteBuilder desc(true), data(true), file(true);
   desc.F64(rate).Raw("lpcm").U32(0).U32(2 * channels).U32(1).U32(channels).U32(16);
   data.U32(0);
   for (float x : interleaved) data.U16(static_cast<uint16_t>(static_cast<int16_t>(x * 32767.0f)));
   file.Raw("caff").U16(1).U16(0);
   file.Raw("desc").U64(desc.Bytes().size()).Raw(desc.Bytes());
-  file.Raw("data").U64(data.Bytes().size()).Raw(data.Bytes());
+  file.Raw("data").U64(claimedSize ? claimedSize : data.Bytes().size()).Raw(data.Bytes());
   return file.Bytes();
 }
 

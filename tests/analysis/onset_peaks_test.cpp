@@ -1,6 +1,9 @@
+// QoOnsetDetector on given flux curves: peak picking, prominences, marker selection.
 #include <gtest/gtest.h>
 #include <qobase/analysis/onset_detector.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -51,6 +54,7 @@ TEST(OnsetPeaks, PickPeaksFollowsThresholdEnvelopeAndNeighbourhood) {
       {{{5, 3.0f}, {8, 4.0f}}, {5, 8}},     // 3 ahead is outside
       {{{5, 4.0f}, {14, 3.0f}}, {5}},       // a larger value 9 behind
       {{{5, 4.0f}, {15, 3.0f}}, {5, 15}},   // 10 behind is outside
+      {{{2, NAN}, {12, 5.0f}}, {}},         // a NaN makes the running mean NaN: nothing reaches it
   };
   for (const auto& c : cases) {
     std::vector<float> flux = Curve(20, 0.0f, c.first);
@@ -58,6 +62,22 @@ TEST(OnsetPeaks, PickPeaksFollowsThresholdEnvelopeAndNeighbourhood) {
     detector.PickPeaks(flux, peaks);
     EXPECT_EQ(c.second, peaks) << "values from index " << c.first.begin()->first;
   }
+}
+
+// The window bounds are floats: with 2^24 + 1 values the curve's length rounds down to 2^24, so
+// the last value falls outside its own window and is never a peak, unlike one 20 before it.
+TEST(OnsetPeaks, WindowBoundsOfLongCurvesAreRoundedAsFloats) {
+  QoOnsetDetector detector;
+  std::vector<float> flux((1u << 24) - 2, 0.0f);
+  const qotest::TempDir dir;
+  ASSERT_TRUE(qotest::WriteWavSamples(dir.File("s.wav"), 1, 16, 44100, std::vector<float>(2490)));
+  detector.SpectralFluxFromFile(dir.File("s.wav"), flux);  // appends 3 values
+  ASSERT_EQ((1u << 24) + 1, detector.GetNumFluxFrames());
+  std::fill(flux.begin(), flux.end(), 0.0f);
+  flux.back() = flux[flux.size() - 21] = 5.0f;
+  std::vector<unsigned int> peaks;
+  detector.PickPeaks(flux, peaks);
+  EXPECT_EQ(std::vector<unsigned int>({(1u << 24) - 20}), peaks);
 }
 
 // Four peaks at 44.1 kHz on a base of 1: the larger of the side minima, or the other side's when

@@ -42,7 +42,9 @@ class QoOnsetDetector {
   // Nothing is appended when the path is empty, no reader can be made, its chunks cannot be
   // read, the file has no more than hop + 2048 frames, the hop is not 1 to 32768 frames (a
   // rate below 100 Hz or from 3276900 Hz), or the format's channel count disagrees with its
-  // channel configuration.
+  // channel configuration. GetNumFluxFrames() becomes flux.size(), values already there
+  // included, except after a file shorter than hop + 2048 frames, a hop of 0 or a channel
+  // disagreement, which leave it as it was.
   void SpectralFluxFromFile(const CStdStr& path, std::vector<float>& flux);
   // The same over a reader the caller made and opened, chunks not yet read.
   void SpectralFluxFromFile(QoAudioFileReader& reader, std::vector<float>& flux);
@@ -60,7 +62,8 @@ class QoOnsetDetector {
   // sensitivity of the prominence range, ascending: 1 (or more) takes every peak, 0 none, a
   // negative value none unless all prominences are equal. A peak at flux value t is timed
   // t*hop, the start of the rise it measures, so a marker comes before the attack it marks:
-  // within a hop for tones, up to two for clicks (a frame sees 1024 frames ahead of its centre).
+  // within a hop for tones; for a short click, which the frames see up to 1024 frames ahead of
+  // their centres, about 350 frames plus up to a hop (one to two hops at 44.1 or 48 kHz).
   void GetMarkerTimes(std::vector<double>& times, float sensitivity);
 
   // Creates the transform context for size points (none when it cannot be allocated); FreeFFT
