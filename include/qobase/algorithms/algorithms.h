@@ -2,3 +2,4 @@
 #pragma once
 
 #include <qobase/algorithms/fnv_hash.h>
+#include <qobase/algorithms/levenshtein.h>
