@@ -2,4 +2,5 @@
 #pragma once
 
 #include <qobase/algorithms/fnv_hash.h>
+#include <qobase/algorithms/hungarian_algorithm.h>
 #include <qobase/algorithms/levenshtein.h>
