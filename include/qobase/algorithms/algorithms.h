@@ -2,6 +2,7 @@
 // assignment solver, edit distance.
 #pragma once
 
+#include <qobase/algorithms/filtered_data_list.h>
 #include <qobase/algorithms/fnv_hash.h>
 #include <qobase/algorithms/hungarian_algorithm.h>
 #include <qobase/algorithms/levenshtein.h>
