@@ -5,3 +5,4 @@
 #include <qobase/strings/string_help.h>
 #include <qobase/strings/regex_helpers.h>
 #include <qobase/strings/number_conversions.h>
+#include <qobase/strings/channel_config_names.h>

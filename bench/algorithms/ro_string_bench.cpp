@@ -1,0 +1,102 @@
+// Interning one million texts, half of them repeats of the other half, into a fresh
+// ROStringInternal::RODataSet (the pool every ROString uses) against a mutex-guarded
+// std::unordered_set<std::string> that returns the stored copy's pointer. The texts are
+// path-like names of 8 to 60 bytes, in a seeded random order; each run starts from an empty pool
+// or set, whose destruction is not timed. Both must give one pointer per distinct text. Prints
+// ours / set (target: 1.5).
+#include <qobase/algorithms/ro_string.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "algorithms_bench_support.h"
+
+namespace {
+
+constexpr size_t k_distinct = 500000;
+
+class GuardedSet {
+ public:
+  const char* Get(const char* text) {
+    std::string key(text);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto found = m_set.find(key);
+    if (found == m_set.end()) found = m_set.insert(std::move(key)).first;
+    return found->c_str();
+  }
+  size_t Size() const { return m_set.size(); }
+
+ private:
+  std::mutex m_mutex;
+  std::unordered_set<std::string> m_set;
+};
+
+// Every distinct text once and once more, shuffled.
+std::vector<std::string> MakeTexts() {
+  std::mt19937 random(20240917);
+  const char* const folders[] = {"Music", "SFX", "Voice", "Ambience", "UI"};
+  std::vector<std::string> texts;
+  for (size_t i = 0; i < k_distinct; ++i) {
+    std::string text = std::string(folders[random() % 5]) + "/" + std::to_string(i);
+    const size_t extra = random() % 40;
+    for (size_t k = 0; k < extra; ++k) text += static_cast<char>('a' + random() % 26);
+    texts.push_back(text);
+  }
+  const std::vector<std::string> distinct = texts;
+  texts.insert(texts.end(), distinct.begin(), distinct.end());
+  std::shuffle(texts.begin(), texts.end(), random);
+  return texts;
+}
+
+template <class Pool>
+bool OnePointerPerText(Pool& pool, const std::vector<const char*>& texts) {
+  std::unordered_set<const char*> pointers;
+  for (const char* text : texts) pointers.insert(pool.Get(text));
+  return pointers.size() == k_distinct && pool.Size() == k_distinct;
+}
+
+}  // namespace
+
+int main() {
+  const std::vector<std::string> owned = MakeTexts();
+  std::vector<const char*> texts;
+  for (const std::string& text : owned) texts.push_back(text.c_str());
+  {
+    ROStringInternal::RODataSet pool;
+    GuardedSet set;
+    if (!OnePointerPerText(pool, texts) || !OnePointerPerText(set, texts)) {
+      std::fprintf(stderr, "ro_string_bench: a pool did not give one pointer per text\n");
+      return 1;
+    }
+  }
+
+  std::unique_ptr<ROStringInternal::RODataSet> pool;
+  std::unique_ptr<GuardedSet> set;
+  volatile size_t sink = 0;
+  algobench::BestTimes best;
+  for (int round = 0; round < 7; ++round) {
+    pool = std::make_unique<ROStringInternal::RODataSet>();
+    set = std::make_unique<GuardedSet>();
+    const algobench::BestTimes times = algobench::Interleaved(
+        1,
+        [&] {
+          for (const char* text : texts) sink = sink + reinterpret_cast<size_t>(pool->Get(text));
+        },
+        [&] {
+          for (const char* text : texts) sink = sink + reinterpret_cast<size_t>(set->Get(text));
+        });
+    best.ours = std::min(best.ours, times.ours);
+    best.peer = std::min(best.peer, times.peer);
+    pool.reset();
+    set.reset();
+  }
+  std::printf(
+      "Interning, ours / mutex-guarded unordered_set<string>, best of 7 interleaved runs:\n");
+  return algobench::Report("1,000,000 texts, half of them repeats", best, 1.5) ? 0 : 1;
+}
