@@ -2,11 +2,13 @@
 BUILD_DIR    ?= build
 SANITIZE_DIR ?= build-sanitize
 TSAN_DIR     ?= build-tsan
+FUZZ_DIR     ?= build-fuzz
+FUZZ_SECONDS ?= 600
 BENCH_DIR    ?= build-bench
 JOBS         ?= 2
 CMAKE_FLAGS  ?=
 
-.PHONY: all deps build demo test sanitize tsan bench format clean
+.PHONY: all deps build demo test sanitize tsan fuzz-build fuzz-smoke fuzz bench format clean
 
 all: build
 
@@ -37,6 +39,21 @@ tsan: deps
 	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
 	  ctest --output-on-failure -j$(JOBS)
 
+fuzz-build:
+	@scripts/install-deps.sh --fuzz
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DQOBASE_BUILD_FUZZERS=ON -DQOBASE_SANITIZE=ON -DQOBASE_BUILD_TESTS=OFF \
+	  -DQOBASE_BUILD_TOOLS=OFF $(CMAKE_FLAGS)
+	cmake --build $(FUZZ_DIR) -j$(JOBS)
+
+# Every harness for 20 s after a replay of the committed seeds and past findings (CI).
+fuzz-smoke: fuzz-build
+	scripts/run-fuzzers.sh $(FUZZ_DIR) 20
+
+# Every harness for FUZZ_SECONDS each (or only FUZZ_HARNESS).
+fuzz: fuzz-build
+	scripts/run-fuzzers.sh $(FUZZ_DIR) $(FUZZ_SECONDS) $(FUZZ_HARNESS)
+
 bench:
 	@scripts/install-deps.sh --bench
 	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DQOBASE_BUILD_TESTS=OFF \
@@ -48,4 +65,4 @@ format:
 	find include src tools tests bench fuzz -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(TSAN_DIR) $(BENCH_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(TSAN_DIR) $(FUZZ_DIR) $(BENCH_DIR)

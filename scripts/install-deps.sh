@@ -2,12 +2,14 @@
 # Installs the Debian packages the build needs, only those that are missing.
 #   scripts/install-deps.sh          build and test packages
 #   scripts/install-deps.sh --bench  the benchmark packages as well
+#   scripts/install-deps.sh --fuzz   the fuzzing packages as well
 # As root it runs apt-get; otherwise it prints the command to run and exits with status 1.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 lists=("$here/packages-build.txt")
 if [[ "${1:-}" == "--bench" ]]; then lists+=("$here/packages-bench.txt"); fi
+if [[ "${1:-}" == "--fuzz" ]]; then lists+=("$here/packages-fuzz.txt"); fi
 
 missing=()
 while read -r package; do

@@ -5,17 +5,32 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
+#include <memory>
 
 #include "command.h"
+#include "input_file.h"
+#include "output_file.h"
+#include "wave_format_text.h"
 
 namespace qobase_tool {
 namespace {
+
+const char k_usage[] = "qobase addmarkers [--loop START:END] [--compact] IN OUT TIME[:LABEL]...";
+
+// A bad argument value found after parsing: the same form as the parser's usage errors.
+int UsageError(const std::string& reason) {
+  std::cerr << "qobase addmarkers: " << reason << "\nusage: " << k_usage
+            << "\n(see 'qobase addmarkers --help')\n";
+  return k_exitUsage;
+}
 
 struct MarkerSpec {
   std::string time;
@@ -24,7 +39,8 @@ struct MarkerSpec {
 
 // "1200" is a sample frame, "1.5s" a time in seconds (rounded to the nearest frame).
 bool ParseTime(const std::string& text, unsigned int sampleRate, unsigned long long& frame) {
-  if (text.empty() || text[0] == '-' || text[0] == '+' || std::isspace(static_cast<unsigned char>(text[0]))) {
+  if (text.empty() || text[0] == '-' || text[0] == '+' ||
+      std::isspace(static_cast<unsigned char>(text[0]))) {
     return false;
   }
   char* end = nullptr;
@@ -42,60 +58,102 @@ bool ParseTime(const std::string& text, unsigned int sampleRate, unsigned long l
   return *end == '\0' && errno == 0;
 }
 
-// Removes a partly written output, but only the regular file this run created: never a file
-// that was there before, a device, or whatever has taken the name since.
-void RemovePartialOutput(const std::string& path, bool created, const struct stat& opened) {
-  struct stat info;
-  if (created && lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && info.st_dev == opened.st_dev &&
-      info.st_ino == opened.st_ino) {
-    std::remove(path.c_str());
-  }
-}
-
-// The same file, by device and inode, when both exist.
-bool SameFile(const std::string& a, const std::string& b) {
-  struct stat sa, sb;
-  return stat(a.c_str(), &sa) == 0 && stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
-}
-
-int RunAddMarkers(const std::vector<std::string>& args) {
-  std::vector<std::string> positional;
+struct AddMarkersOptions {
+  std::string in;
+  std::string out;
+  std::vector<std::string> markers;
   std::string loop;
   bool compact = false;
-  for (size_t i = 0; i < args.size(); ++i) {
-    if (args[i] == "--compact") {
-      compact = true;
-    } else if (args[i] == "--loop") {
-      if (++i == args.size()) return UsageError("addmarkers", "--loop needs START:END");
-      loop = args[i];
-    } else {
-      positional.push_back(args[i]);
+};
+
+// Four characters of a chunk ID in file order, for messages.
+std::string ChunkName(uint32_t id) {
+  std::string name(reinterpret_cast<const char*>(&id), 4);
+  for (char& c : name) {
+    if (static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7E) c = '?';
+  }
+  return "'" + name + "'";
+}
+
+// Why the edit could not keep everything it does not change, or empty when it can.
+std::string WhatAnEditWouldLose(const QoWavFile& wav, bool compact) {
+  const QoWaveFormatFacts& facts = wav.GetStoredFormat();
+  if (compact && !IsIntegerPcm(facts)) {
+    return "--compact can only state integer PCM; leave it out to keep the " + FormatName(facts) +
+           " format as it is";
+  }
+  const unsigned int dropped = wav.GetDroppedOnLoad();
+  if (dropped & QO::k_droppedListSubChunks) {
+    return "its label list holds entries other than labels (such as 'ltxt' or 'note'), which "
+           "the editor cannot write back";
+  }
+  if (dropped & QO::k_droppedSamplerLoops) return "its sampler chunk has more than one loop";
+  if (dropped & QO::k_droppedSamplerData) return "its sampler chunk has data the editor drops";
+  if (dropped & QO::k_droppedCueRecords) return "its cue chunk's count does not match its size";
+  if (dropped & QO::k_droppedTrailingBytes) return "it ends with bytes that are not a chunk";
+  if (dropped & QO::k_droppedExcessChunks) return "it has more chunks than the editor can carry";
+  if (dropped != 0) return "part of it would be lost";
+  for (const QoCarriedChunk& chunk : wav.GetCarriedChunks()) {
+    const std::string name = ChunkName(chunk.chunkID);
+    if (!chunk.complete) return "its " + name + " chunk is cut short";
+    // A second cue, sampler or label list beside the ones the editor writes: two of a kind
+    // would contradict each other.
+    if (name == "'cue '" || name == "'smpl'" ||
+        (name == "'LIST'" && ChunkName(chunk.listType) == "'adtl'")) {
+      return "it has a second " + name + " chunk the editor cannot merge";
     }
   }
-  if (positional.size() < 2) return UsageError("addmarkers", "needs IN and OUT");
-  if (positional.size() < 3 && loop.empty()) return UsageError("addmarkers", "no marker or loop to add");
-  const std::string in = positional[0], out = positional[1];
+  return "";
+}
+
+int RunAddMarkers(const AddMarkersOptions& options) {
+  const std::string& in = options.in;
+  const std::string& out = options.out;
+  const std::string& loop = options.loop;
+  if (options.markers.empty() && loop.empty()) return UsageError("no marker or loop to add");
   std::vector<MarkerSpec> specs;
-  for (size_t i = 2; i < positional.size(); ++i) {
-    const size_t colon = positional[i].find(':');
-    specs.push_back({positional[i].substr(0, colon), colon == std::string::npos ? "" : positional[i].substr(colon + 1)});
+  for (const std::string& marker : options.markers) {
+    const size_t colon = marker.find(':');
+    specs.push_back(
+        {marker.substr(0, colon), colon == std::string::npos ? "" : marker.substr(colon + 1)});
   }
-  if (SameFile(in, out)) return Fail(out, "is the input file; write the result to a new file");
+  std::string reason;
+  if (!CheckInputFile(in, reason)) return Fail(in, reason);
+  OutputFile target;
+  if (!target.Create(out, {in}, reason)) return Fail(out, reason);
 
   QoWavFile wav;
+  wav.SetStandardExtensibleLayout(true);
   if (!wav.Open(zu::Path(in), false)) return Fail(in, "not a WAVE file that can be edited");
-  uint16_t tag = 0;
-  if (wav.m_fmtChunk.ReadData(&tag, 2, 0) != 2) return Fail(in, "cannot read the format");
-  if (wav.m_riffChunk.NeedSwapRead()) tag = static_cast<uint16_t>((tag >> 8) | (tag << 8));
-  if (tag == QO::k_waveFormatIeeeFloat) return Fail(in, "floating-point samples are not supported");
+  const std::string loss = WhatAnEditWouldLose(wav, options.compact);
+  if (!loss.empty()) return Fail(in, "cannot be edited without loss: " + loss);
   WaveFormatExtensible format;
   wav.GetFormat(&format);
-  const unsigned long long frames = format.nBlockAlign ? wav.m_dataChunk.GetSize() / format.nBlockAlign : 0;
+  if (format.nBlockAlign == 0) return Fail(in, "the format gives a block size of 0");
+
+  // Markers must lie on samples the file really holds: a data chunk cut short by a truncated
+  // copy claims more than is there.
+  struct stat info;
+  const unsigned long long claimed = wav.m_dataChunk.GetSize();
+  const unsigned long long offset = wav.m_dataChunk.GetDataOffset();
+  const unsigned long long present =
+      stat(in.c_str(), &info) == 0 && static_cast<unsigned long long>(info.st_size) > offset
+          ? std::min(claimed, static_cast<unsigned long long>(info.st_size) - offset)
+          : 0;
+  const unsigned long long frames = present / format.nBlockAlign;
+  if (present < claimed) {
+    // The copy keeps what is there and writes the size it copied.
+    std::cerr << "qobase: " << in << ": warning: the data chunk is cut short: it holds " << frames
+              << " of the " << claimed / format.nBlockAlign
+              << " frames its header gives; only those are copied\n";
+  }
 
   const auto toFrame = [&](const std::string& text, unsigned long long& frame) -> int {
-    if (!ParseTime(text, format.nSamplesPerSec, frame)) return UsageError("addmarkers", "bad time '" + text + "'");
+    if (!ParseTime(text, format.nSamplesPerSec, frame))
+      return UsageError("bad time '" + text + "'");
     if (frame >= frames) {
-      return Fail(in, "time " + text + " is past the end (" + std::to_string(frames) + " frames)");
+      return Fail(in, "time " + text + " is past the last frame (the file has " +
+                          std::to_string(frames) + " frames)");
     }
     return k_exitSuccess;
   };
@@ -107,33 +165,35 @@ int RunAddMarkers(const std::vector<std::string>& args) {
   }
   if (!loop.empty()) {
     const size_t colon = loop.find(':');
-    if (colon == std::string::npos) return UsageError("addmarkers", "--loop needs START:END");
+    if (colon == std::string::npos) return UsageError("--loop needs START:END");
     unsigned long long start = 0, end = 0;
     if (const int code = toFrame(loop.substr(0, colon), start)) return code;
     if (const int code = toFrame(loop.substr(colon + 1), end)) return code;
-    if (end < start) return UsageError("addmarkers", "the loop ends before it starts");
+    if (end < start) return UsageError("the loop ends before it starts");
     wav.m_smplChunk.ForceInitLoop(wav.m_file, &wav.m_riffChunk, static_cast<unsigned int>(start),
                                   static_cast<unsigned int>(end));
-    wav.m_smplChunk.SetLoopPosition(static_cast<unsigned int>(start), static_cast<unsigned int>(end));
+    wav.m_smplChunk.SetLoopPosition(static_cast<unsigned int>(start),
+                                    static_cast<unsigned int>(end));
   }
   wav.SortCueChunk();
 
+  // The format as stored and every chunk the editor does not model go out unchanged, in order
+  // around the samples.
   const bool swap = wav.m_riffChunk.NeedSwapRead();
-  struct stat existing, opened;
-  const bool created = lstat(out.c_str(), &existing) != 0 && errno == ENOENT;
-  zu::File target;
-  if (target.Open(zu::Path(out), k_openModeWrite, 0) != QO::k_resultSuccess) return Fail(out, "cannot create the file");
-  const bool measured = fstat(fileno(target.GetStream()), &opened) == 0;
+  zu::File stream(target.Stream());
+  errno = 0;
   const bool written =
-      wav.WriteRiffChunk(target, swap) &&
-      (compact ? wav.WriteFormatChunk(target, swap) : wav.WriteFormatChunkNotExtensible(target, swap)) &&
-      wav.WriteCueChunk(target, swap) && wav.WriteListChunk(target, swap) && wav.WriteSmplChunk(target, swap) &&
-      wav.WriteJunkChunk(target, swap) && wav.WriteDataChunk(target, swap) && wav.UpdateRiffChunkSize(target, swap);
-  const bool closed = target.Close() == QO::k_resultSuccess;
-  if (!written || !closed) {
-    RemovePartialOutput(out, created && measured, opened);
-    return Fail(out, "cannot write the file (is the disk full?)");
+      wav.WriteRiffChunk(stream, swap) &&
+      (options.compact ? wav.WriteFormatChunk(stream, swap)
+                       : wav.WriteFormatChunkAsStored(stream, swap)) &&
+      wav.WriteCarriedChunksBeforeData(stream, swap) && wav.WriteCueChunk(stream, swap) &&
+      wav.WriteListChunk(stream, swap) && wav.WriteSmplChunk(stream, swap) &&
+      wav.WriteJunkChunk(stream, swap) && wav.WriteDataChunk(stream, swap) &&
+      wav.WriteCarriedChunksAfterData(stream, swap) && wav.UpdateRiffChunkSize(stream, swap);
+  if (!written) {
+    return Fail(out, std::string("cannot write the file: ") + std::strerror(errno ? errno : EIO));
   }
+  if (!target.Commit(reason)) return Fail(out, reason);
   std::vector<WAV_CUE> cues;
   wav.m_cueChunk.GetCuesVector(cues);
   std::cout << out << ": " << specs.size() << " marker(s) added, " << cues.size() << " in total"
@@ -141,22 +201,36 @@ int RunAddMarkers(const std::vector<std::string>& args) {
   return k_exitSuccess;
 }
 
-const CommandRegistration s_addMarkers({
-    "addmarkers",
-    "add labelled markers to a WAVE file, writing a new file",
-    "usage: qobase addmarkers [--loop START:END] [--compact] IN OUT TIME[:LABEL]...\n\n"
-    "Copies the WAVE file IN to OUT with a cue point at each TIME, labelled LABEL when one is\n"
-    "given. The markers and loop IN already has are kept; cue points are written in order of\n"
-    "position, and the samples are copied unchanged, starting on a 16-byte boundary.\n\n"
-    "TIME is a sample frame (1200) or seconds with an 's' (1.5s, rounded to the nearest frame),\n"
-    "and must lie inside the file.\n\n"
-    "  --loop START:END  set the sampler loop (replacing the one IN has)\n"
-    "  --compact         write the 24-byte format chunk of this library instead of the plain\n"
-    "                    PCM one that every program reads\n\n"
-    "Floating-point files are refused. OUT must not be IN.\n"
-    "Exit code 0 on success, 1 when IN cannot be read or OUT cannot be written, 2 for usage errors.\n",
-    RunAddMarkers,
-});
+void AddAddMarkers(CLI::App& parent) {
+  CLI::App& command = *parent.add_subcommand(
+      "addmarkers", "add labelled markers to a WAVE file, writing a new file");
+  command.footer(
+      "Copies the WAVE file IN to OUT with a cue point at each TIME, labelled LABEL when one is\n"
+      "given. The markers and loop IN already has are kept; cue points are written in order of\n"
+      "position, and the samples are copied unchanged, starting on a 16-byte boundary.\n\n"
+      "TIME is a sample frame (1200) or seconds with an 's' (1.5s, rounded to the nearest frame),\n"
+      "and must lie inside the file.\n\n"
+      "--compact writes the library's own 24-byte format chunk, which other programs (sox among\n"
+      "them) refuse as too short; without it the plain format chunk every program reads is "
+      "written.\n"
+      "Everything else is kept as IN has it: the format chunk byte for byte (format tag,\n"
+      "extensible layout, channel mask) and every other chunk (bext, LIST/INFO, fact, iXML, ...)\n"
+      "in its place. A file whose chunks the editor would change or drop is refused. OUT must\n"
+      "not be IN; it is replaced only when complete, and its folder must exist.\n"
+      "Exit code 0 on success, 1 when IN cannot be read or OUT cannot be written, 2 on bad usage.");
+  auto options = std::make_shared<AddMarkersOptions>();
+  command.add_option("--loop", options->loop, "set the sampler loop (replacing the one IN has)")
+      ->type_name("START:END");
+  command.add_flag("--compact", options->compact,
+                   "write the library's 24-byte format chunk (not readable by sox)");
+  command.add_option("IN", options->in, "the WAVE file to read")->required();
+  command.add_option("OUT", options->out, "the new file to write")->required();
+  command.add_option("MARKERS", options->markers, "where to add markers")
+      ->type_name("TIME[:LABEL]");
+  SetRunner(command, k_usage, [options] { return RunAddMarkers(*options); });
+}
+
+const CommandRegistration s_addMarkers("addmarkers", AddAddMarkers);
 
 }  // namespace
 }  // namespace qobase_tool

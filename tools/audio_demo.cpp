@@ -3,7 +3,6 @@
 #include <qobase/audio/wav_file_reader.h>
 #include <qobase/audio/wav_file_writer.h>
 
-
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -11,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "audio_summary.h"
 #include "command.h"
 #include "demo_scratch_dir.h"
-#include "wav_summary.h"
 
 namespace qobase_tool {
 namespace {

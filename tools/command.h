@@ -1,6 +1,9 @@
-// The qobase program's subcommands. Each one is defined in its own source file and registers
-// itself with a static CommandRegistration, so the dispatcher knows it without being edited.
+// The qobase program's subcommands. Each one is defined in its own source file and registers a
+// set-up function with a static CommandRegistration; main() builds one CLI11 app from them, so
+// adding a command never touches the dispatcher.
 #pragma once
+
+#include <CLI/CLI.hpp>
 
 #include <functional>
 #include <iosfwd>
@@ -12,25 +15,31 @@ namespace qobase_tool {
 // Exit codes of the program.
 enum ExitCode : int { k_exitSuccess = 0, k_exitFailure = 1, k_exitUsage = 2 };
 
-struct Command {
-  std::string name;
-  std::string summary;  // one line for the command list
-  std::string usage;    // the full text of `qobase NAME --help`
-  std::function<int(const std::vector<std::string>& args)> run;
-};
+// What a chosen command does once its arguments are parsed; returns the exit code.
+using CommandRunner = std::function<int()>;
 
+// Adds one subcommand (with its options) to the program's app. Registrations run during static
+// initialisation; the subcommands are listed by name.
 struct CommandRegistration {
-  explicit CommandRegistration(Command command);
+  CommandRegistration(std::string name, std::function<void(CLI::App& parent)> add);
 };
 
-// All registered commands, sorted by name.
-std::vector<const Command*> AllCommands();
-const Command* FindCommand(const std::string& name);
+// Adds every registered command to `app`, in name order.
+void AddRegisteredCommands(CLI::App& app);
+
+// Makes `runner` the program's work when `command` is the subcommand given on the command line.
+// `usage` is the synopsis printed with a usage error ("qobase midi FILE [--convert OUT]").
+void SetRunner(CLI::App& command, const std::string& usage, CommandRunner runner);
+
+// The runner of the subcommand that was parsed; empty when none was chosen.
+const CommandRunner& ChosenRunner();
+// The synopsis SetRunner recorded for `command`, or empty.
+std::string UsageOf(const CLI::App* command);
 
 // One line on stderr, "qobase: WHAT: REASON", and the failure exit code.
 int Fail(const std::string& what, const std::string& reason);
-// One line on stderr, "qobase NAME: REASON", a pointer to --help, and the usage exit code.
-int UsageError(const std::string& command, const std::string& reason);
+// As Fail, the reason being the text of the current errno.
+int FailErrno(const std::string& what);
 
 // A section of `qobase demo`: each subsystem adds one to the tour. Sections run in ascending
 // `order`; a section returns false when its part of the job failed.
@@ -45,8 +54,5 @@ struct DemoRegistration {
 };
 
 std::vector<const DemoSection*> AllDemoSections();
-
-// Reads all of FILE, or standard input for "-". False when it cannot be read.
-bool ReadInput(const std::string& file, std::string& contents);
 
 }  // namespace qobase_tool

@@ -1,17 +1,24 @@
+// The registry of subcommands and demo sections, and the failure line every command prints.
 #include "command.h"
 
 #include <algorithm>
-#include <fstream>
+#include <cerrno>
+#include <cstring>
 #include <iostream>
-#include <iterator>
+#include <map>
 #include <memory>
 
 namespace qobase_tool {
 namespace {
 
+struct Registered {
+  std::string name;
+  std::function<void(CLI::App&)> add;
+};
+
 // Function-local statics: registrations run during static initialisation, in any order.
-std::vector<std::unique_ptr<Command>>& Commands() {
-  static std::vector<std::unique_ptr<Command>> commands;
+std::vector<Registered>& Commands() {
+  static std::vector<Registered> commands;
   return commands;
 }
 
@@ -20,25 +27,40 @@ std::vector<std::unique_ptr<DemoSection>>& DemoSections() {
   return sections;
 }
 
+CommandRunner& Chosen() {
+  static CommandRunner runner;
+  return runner;
+}
+
+std::map<const CLI::App*, std::string>& Usages() {
+  static std::map<const CLI::App*, std::string> usages;
+  return usages;
+}
+
 }  // namespace
 
-CommandRegistration::CommandRegistration(Command command) {
-  Commands().push_back(std::make_unique<Command>(std::move(command)));
+CommandRegistration::CommandRegistration(std::string name, std::function<void(CLI::App&)> add) {
+  Commands().push_back({std::move(name), std::move(add)});
 }
 
-std::vector<const Command*> AllCommands() {
-  std::vector<const Command*> all;
-  for (const auto& command : Commands()) all.push_back(command.get());
-  std::sort(all.begin(), all.end(),
-            [](const Command* a, const Command* b) { return a->name < b->name; });
-  return all;
+void AddRegisteredCommands(CLI::App& app) {
+  std::vector<Registered> sorted = Commands();
+  std::sort(sorted.begin(), sorted.end(),
+            [](const Registered& a, const Registered& b) { return a.name < b.name; });
+  for (const Registered& command : sorted) command.add(app);
 }
 
-const Command* FindCommand(const std::string& name) {
-  for (const auto& command : Commands()) {
-    if (command->name == name) return command.get();
-  }
-  return nullptr;
+void SetRunner(CLI::App& command, const std::string& usage, CommandRunner runner) {
+  Usages()[&command] = usage;
+  // CLI11 calls a parsed subcommand's callback once the whole command line has been parsed.
+  command.callback([runner] { Chosen() = runner; });
+}
+
+const CommandRunner& ChosenRunner() { return Chosen(); }
+
+std::string UsageOf(const CLI::App* command) {
+  const auto found = Usages().find(command);
+  return found == Usages().end() ? std::string() : found->second;
 }
 
 int Fail(const std::string& what, const std::string& reason) {
@@ -46,11 +68,7 @@ int Fail(const std::string& what, const std::string& reason) {
   return k_exitFailure;
 }
 
-int UsageError(const std::string& command, const std::string& reason) {
-  std::cerr << "qobase " << command << ": " << reason << " (see 'qobase " << command
-            << " --help')\n";
-  return k_exitUsage;
-}
+int FailErrno(const std::string& what) { return Fail(what, std::strerror(errno)); }
 
 DemoRegistration::DemoRegistration(DemoSection section) {
   DemoSections().push_back(std::make_unique<DemoSection>(std::move(section)));
@@ -59,26 +77,9 @@ DemoRegistration::DemoRegistration(DemoSection section) {
 std::vector<const DemoSection*> AllDemoSections() {
   std::vector<const DemoSection*> all;
   for (const auto& section : DemoSections()) all.push_back(section.get());
-  std::stable_sort(all.begin(), all.end(), [](const DemoSection* a, const DemoSection* b) {
-    return a->order < b->order;
-  });
+  std::stable_sort(all.begin(), all.end(),
+                   [](const DemoSection* a, const DemoSection* b) { return a->order < b->order; });
   return all;
-}
-
-bool ReadInput(const std::string& file, std::string& contents) {
-  if (file == "-") {
-    contents.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-    return !std::cin.bad();
-  }
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return false;
-  // Reading a directory opens fine but throws on the first read.
-  try {
-    contents.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  } catch (const std::exception&) {
-    return false;
-  }
-  return !in.bad();
 }
 
 }  // namespace qobase_tool

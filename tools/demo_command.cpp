@@ -2,12 +2,12 @@
 #include <iostream>
 
 #include "command.h"
+#include "standard_output.h"
 
 namespace qobase_tool {
 namespace {
 
-int RunDemo(const std::vector<std::string>& args) {
-  if (!args.empty()) return UsageError("demo", "takes no arguments");
+int RunDemo() {
   bool allPassed = true;
   for (const DemoSection* section : AllDemoSections()) {
     std::cout << "== " << section->title << " ==\n";
@@ -16,20 +16,24 @@ int RunDemo(const std::vector<std::string>& args) {
       allPassed = false;
     }
     std::cout << "\n";
+    // Nobody reads the rest when standard output has failed.
+    if (!StandardOutputOk()) return k_exitFailure;
   }
   if (!allPassed) return Fail("demo", "a section failed");
   std::cout << "demo finished\n";
   return k_exitSuccess;
 }
 
-const CommandRegistration s_demo({
-    "demo",
-    "run a tour of the library on built-in inputs",
-    "usage: qobase demo\n\n"
-    "Runs the library's main jobs on inputs built into the program and prints what each\n"
-    "produced. Exit code 0 when every section succeeded, 1 otherwise.\n",
-    RunDemo,
-});
+void AddDemo(CLI::App& parent) {
+  CLI::App& command =
+      *parent.add_subcommand("demo", "run a tour of the library on built-in inputs");
+  command.footer(
+      "Runs the library's main jobs on inputs built into the program and prints what each\n"
+      "produced. Exit code 0 when every section succeeded, 1 otherwise.");
+  SetRunner(command, "qobase demo", RunDemo);
+}
+
+const CommandRegistration s_demo("demo", AddDemo);
 
 }  // namespace
 }  // namespace qobase_tool

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <iostream>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -25,15 +26,13 @@ QoGuid RandomGuid() {
   return guid;
 }
 
-int RunGuid(const std::vector<std::string>& args) {
-  if (args.size() > 1) return UsageError("guid", "too many arguments");
-  if (args.empty()) {
+int RunGuid(const std::string& text, bool given) {
+  if (!given) {
     std::cout << StringHelp::ConvertQoGuidToString(RandomGuid()) << "\n";
     return k_exitSuccess;
   }
   // The wide parser reports whether the text was valid; the 8-bit one cannot tell a bad text
   // from the all-zero GUID. Every valid character is ASCII, so widening byte by byte is exact.
-  const std::string& text = args[0];
   const std::wstring wide(text.begin(), text.end());
   QoGuid guid = QoGuidNull;
   if (!WStrToQoGuid(wide, guid)) {
@@ -43,16 +42,21 @@ int RunGuid(const std::vector<std::string>& args) {
   return k_exitSuccess;
 }
 
-const CommandRegistration s_guid({
-    "guid",
-    "print a GUID in canonical form, or a new random one",
-    "usage: qobase guid [TEXT]\n\n"
-    "With TEXT, checks that it is a braced GUID such as\n"
-    "{03020100-0504-0706-0809-0a0b0c0d0e0f} (hex digits of either case) and prints it in\n"
-    "canonical upper-case form; exit code 1 when it is not one.\n"
-    "Without TEXT, prints a new random GUID.\n",
-    RunGuid,
-});
+void AddGuid(CLI::App& parent) {
+  CLI::App& command =
+      *parent.add_subcommand("guid", "print a GUID in canonical form, or a new random one");
+  command.footer(
+      "With TEXT, checks that it is a braced GUID such as\n"
+      "{03020100-0504-0706-0809-0a0b0c0d0e0f} (hex digits of either case) and prints it in\n"
+      "canonical upper-case form; exit code 1 when it is not one.\n"
+      "Without TEXT, prints a new random GUID.");
+  auto text = std::make_shared<std::string>();
+  CLI::Option* option = command.add_option("TEXT", *text, "the GUID text to check");
+  SetRunner(command, "qobase guid [TEXT]",
+            [text, option] { return RunGuid(*text, option->count() != 0); });
+}
+
+const CommandRegistration s_guid("guid", AddGuid);
 
 }  // namespace
 }  // namespace qobase_tool

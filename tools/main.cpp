@@ -1,55 +1,77 @@
 // qobase: the library's services on the command line. `qobase --help` lists the subcommands.
 #include <qobase/version.h>
 
+#include <csignal>
 #include <iostream>
 #include <string>
-#include <vector>
 
 #include "command.h"
+#include "standard_output.h"
 
 using namespace qobase_tool;
 
 namespace {
 
-void PrintOverview(std::ostream& out) {
-  out << "usage: qobase COMMAND [ARGS...]\n"
-         "       qobase --help | --version\n\n"
-         "commands:\n";
-  for (const Command* command : AllCommands()) {
-    out << "  " << command->name << std::string(12 > command->name.size() ? 12 - command->name.size() : 1, ' ')
-        << command->summary << "\n";
+// The deepest subcommand the parser reached, so a usage error names the command it is about.
+const CLI::App* DeepestParsed(const CLI::App& app) {
+  const CLI::App* deepest = &app;
+  while (!deepest->get_subcommands().empty()) deepest = deepest->get_subcommands().front();
+  return deepest;
+}
+
+std::string CommandPath(const CLI::App* app) {
+  std::string path;
+  for (; app; app = app->get_parent()) {
+    path = path.empty() ? app->get_name() : app->get_name() + " " + path;
   }
-  out << "\n'qobase COMMAND --help' describes one command.\n";
+  return path;
+}
+
+// "qobase COMMAND: PROBLEM", the command's synopsis and where to read more; exit code 2.
+int ReportUsageError(const CLI::App& app, const CLI::ParseError& error) {
+  const CLI::App* command = DeepestParsed(app);
+  const std::string path = CommandPath(command);
+  // CLI11 reports an unknown subcommand as a missing one; name what was given instead.
+  const std::vector<std::string> rest = command->remaining();
+  if (!command->get_subcommands({}).empty() && !rest.empty()) {
+    std::cerr << path << ": unknown command '" << rest.front() << "'\n";
+  } else {
+    std::cerr << path << ": " << error.what() << "\n";
+  }
+  std::string usage = UsageOf(command);
+  if (usage.empty()) usage = path + " COMMAND [ARGS...]";
+  std::cerr << "usage: " << usage << "\n"
+            << "(see '" << path << " --help')\n";
+  return k_exitUsage;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> args(argv + 1, argv + argc);
-  if (args.empty()) {
-    PrintOverview(std::cerr);
-    return k_exitUsage;
+  // A write past a file size limit then fails with EFBIG and is reported like any other.
+  std::signal(SIGXFSZ, SIG_IGN);
+  InstallCheckedStandardOutput();
+
+  CLI::App app{"The QOBase library's services on the command line.", "qobase"};
+  app.set_version_flag("--version", std::string("qobase ") + QOBASE_VERSION_STRING);
+  app.require_subcommand(1);
+  app.footer(
+      "'qobase COMMAND --help' describes one command.\n"
+      "Exit codes: 0 success, 1 failure (one line on stderr), 2 bad usage.");
+  AddRegisteredCommands(app);
+
+  int code = k_exitSuccess;
+  try {
+    app.parse(argc, argv);
+    code = ChosenRunner() ? ChosenRunner()() : k_exitUsage;
+  } catch (const CLI::CallForHelp& request) {
+    code = app.exit(request);
+  } catch (const CLI::CallForAllHelp& request) {
+    code = app.exit(request);
+  } catch (const CLI::CallForVersion& request) {
+    code = app.exit(request);
+  } catch (const CLI::ParseError& error) {
+    code = ReportUsageError(app, error);
   }
-  const std::string& name = args.front();
-  if (name == "--help" || name == "-h" || name == "help") {
-    PrintOverview(std::cout);
-    return k_exitSuccess;
-  }
-  if (name == "--version") {
-    std::cout << "qobase " << QOBASE_VERSION_STRING << "\n";
-    return k_exitSuccess;
-  }
-  const Command* command = FindCommand(name);
-  if (!command) {
-    std::cerr << "qobase: unknown command '" << name << "' (see 'qobase --help')\n";
-    return k_exitUsage;
-  }
-  args.erase(args.begin());
-  for (const std::string& arg : args) {
-    if (arg == "--help" || arg == "-h") {
-      std::cout << command->usage;
-      return k_exitSuccess;
-    }
-  }
-  return command->run(args);
+  return FinishStandardOutput(code);
 }

@@ -2,7 +2,6 @@
 // folder, lists its merged events, converts it and cleans up.
 #include <qobase/midi/midi_file.h>
 
-
 #include <cstdio>
 #include <ostream>
 #include <string>
@@ -26,11 +25,11 @@ std::string Chunk(const char* id, const std::string& data) {
 // sysex, a program change and four notes written in running status, the last left sounding.
 std::string DemoFile() {
   const unsigned char header[] = {0x00, 0x01, 0x00, 0x02, 0x00, 0x60};
-  const unsigned char conductor[] = {0x00, 0xFF, 0x51, 0x03, 0x09, 0x27, 0xC0,   // 600000 us
+  const unsigned char conductor[] = {0x00, 0xFF, 0x51, 0x03, 0x09, 0x27, 0xC0,        // 600000 us
                                      0x81, 0x40, 0xFF, 0x51, 0x03, 0x04, 0x93, 0xE0,  // 300000 us
                                      0x00, 0xFF, 0x2F, 0x00};
-  const unsigned char melody[] = {0x00, 0xF0, 0x03, 0x7E, 0x09, 0xF7,  // sysex: dropped
-                                  0x00, 0xC0, 0x0B,                    // program 11
+  const unsigned char melody[] = {0x00, 0xF0, 0x03, 0x7E, 0x09, 0xF7,        // sysex: dropped
+                                  0x00, 0xC0, 0x0B,                          // program 11
                                   0x00, 0x90, 0x3C, 0x64, 0x60, 0x3C, 0x00,  // C, running status
                                   0x00, 0x40, 0x64, 0x60, 0x40, 0x00,        // E
                                   0x00, 0x43, 0x64, 0x60, 0x43, 0x00,        // G

@@ -33,8 +33,8 @@ bool StreamsDemo(std::ostream& out) {
   static const char k_hex[] = "0123456789ABCDEF";
   for (int i = 0; i < 16; ++i) out << ' ' << k_hex[raw[i] >> 4] << k_hex[raw[i] & 0xF];
   out << "\n";
-  const bool rejected = StringHelp::ConvertStringToQoGuid("00000003-0000-0010-8000-00aa00389b71") ==
-                        QoGuidNull;
+  const bool rejected =
+      StringHelp::ConvertStringToQoGuid("00000003-0000-0010-8000-00aa00389b71") == QoGuidNull;
   out << "   without braces the text is rejected: " << (rejected ? "yes" : "no") << "\n";
   return decoded == message && guid.Data1 == 3 && rejected;
 }

@@ -2,46 +2,52 @@
 #include <qobase/files/file_operation.h>
 
 #include <iostream>
+#include <memory>
 
 #include "command.h"
 
 namespace qobase_tool {
 namespace {
 
-int RunTempname(const std::vector<std::string>& args) {
+struct TempnameOptions {
   std::string extension = "tmp";
   std::string dir;
-  for (size_t i = 0; i < args.size(); ++i) {
-    if (args[i] == "--ext") {
-      if (i + 1 >= args.size()) return UsageError("tempname", "--ext needs a value");
-      extension = args[++i];
-    } else if (!args[i].empty() && args[i][0] == '-') {
-      return UsageError("tempname", "unknown option '" + args[i] + "'");
-    } else if (dir.empty()) {
-      dir = args[i];
-    } else {
-      return UsageError("tempname", "takes one directory");
-    }
-  }
-  if (dir.empty()) return UsageError("tempname", "missing DIR");
+};
+
+int RunTempname(const TempnameOptions& options) {
+  if (!zu::Path(options.dir).IsDirectory()) return Fail(options.dir, "not a directory");
   zu::Path created;
-  if (zu::FileOperation::TouchTempFileName(zu::Path(dir), extension, created) == 0) {
-    return Fail(dir, "no temporary file could be created there");
+  if (zu::FileOperation::TouchTempFileName(zu::Path(options.dir), options.extension, created) ==
+      0) {
+    return Fail(options.dir, "no temporary file could be created there");
   }
   std::cout << created.GetFullPath() << "\n";
   return k_exitSuccess;
 }
 
-const CommandRegistration s_tempname({
-    "tempname",
-    "create a uniquely named empty file in a directory",
-    "usage: qobase tempname [--ext EXT] DIR\n\n"
-    "Creates a new empty file in DIR named by four lower-case hexadecimal digits and the\n"
-    "extension EXT (default \"tmp\"), for example 3f0a.tmp, and prints its path. The name is\n"
-    "never taken by another process at the same time. Exit code 0 on success, 1 when DIR is\n"
-    "not a directory or no name is free.\n",
-    RunTempname,
-});
+// An extension is part of one file name: it may not name a folder or be cut short by a NUL.
+std::string CheckExtension(const std::string& extension) {
+  if (extension.find('/') != std::string::npos) return "the extension may not contain '/'";
+  return "";
+}
+
+void AddTempname(CLI::App& parent) {
+  CLI::App& command =
+      *parent.add_subcommand("tempname", "create a uniquely named empty file in a directory");
+  command.footer(
+      "Creates a new empty file in DIR named by four lower-case hexadecimal digits and the\n"
+      "extension EXT (default \"tmp\"), for example 3f0a.tmp, and prints its path. The name is\n"
+      "never taken by another process at the same time. Exit code 0 on success, 1 when DIR is\n"
+      "not a directory or no name is free, 2 on bad usage.");
+  auto options = std::make_shared<TempnameOptions>();
+  command.add_option("--ext", options->extension, "the extension, without the dot")
+      ->check(CheckExtension, "EXT");
+  command.add_option("DIR", options->dir, "the directory")->required();
+  SetRunner(command, "qobase tempname [--ext EXT] DIR",
+            [options] { return RunTempname(*options); });
+}
+
+const CommandRegistration s_tempname("tempname", AddTempname);
 
 }  // namespace
 }  // namespace qobase_tool

@@ -4,7 +4,6 @@
 #include <qobase/text/xml_text_writer_lite2.h>
 #include <qobase/text/xml_validation.h>
 
-
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>

@@ -1,120 +1,129 @@
 // qobase xml: validate an XML file against an XML Schema, or convert XML to JSON.
 #include <qobase/text/json_text_writer.h>
-#include <qobase/text/xml_text_reader.h>
-#include <qobase/text/xml_validation.h>
+#include <qobase/text/xml_validation_report.h>
 
-#include <fstream>
+#include <sys/stat.h>
+
 #include <iostream>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "command.h"
+#include "input_file.h"
+#include "standard_output.h"
+#include "xml_json_tree.h"
 
 namespace qobase_tool {
 namespace {
 
-// The last libxml2 message without its trailing line feed.
-std::string TrimMessage(std::string message) {
-  while (!message.empty() && (message.back() == '\n' || message.back() == '\r')) message.pop_back();
-  return message;
+// At most this many problems are kept with --all, so a huge invalid file stays cheap.
+constexpr size_t k_maxReportedProblems = 1000;
+
+struct XmlOptions {
+  std::string file;
+  std::string schema;
+  bool all = false;
+};
+
+// The input checks both subcommands make, with plain reasons instead of libxml2's ("failed to
+// load external entity" for a missing file, "Document is empty" for an empty one).
+int CheckXmlInput(const std::string& path) {
+  std::string reason;
+  if (!CheckInputFile(path, reason)) return Fail(path, reason);
+  struct stat info;
+  if (stat(path.c_str(), &info) == 0 && info.st_size == 0) {
+    return Fail(path, "the file is empty, not an XML document");
+  }
+  return k_exitSuccess;
 }
 
-int Validate(const std::string& file, const std::string& schema) {
-  ValidationErrorInfo info;
-  if (ValidateXmlFile(file, schema, info)) {
-    std::cout << file << ": valid\n";
+std::string At(const XmlValidationIssue& issue) {
+  return issue.line != 0 ? " at line " + std::to_string(issue.line) : "";
+}
+
+int Validate(const XmlOptions& options) {
+  if (const int code = CheckXmlInput(options.file)) return code;
+  std::string reason;
+  if (!CheckInputFile(options.schema, reason)) return Fail(options.schema, reason);
+
+  XmlValidationReport report;
+  const size_t limit = options.all ? k_maxReportedProblems : 1;
+  if (ValidateXmlFileReport(options.file, options.schema, limit, report)) {
+    std::cout << options.file << ": valid\n";
     return k_exitSuccess;
   }
-  switch (info.code) {
-    case ValidationErrorInfo::k_documentNotRead:
-      return Fail(file, "cannot be read as XML: " +
-                            TrimMessage(XmlGlobals::Get().m_lastErrorMessage));
+  const XmlValidationIssue first =
+      report.issues.empty() ? XmlValidationIssue() : report.issues.front();
+  switch (report.code) {
     case ValidationErrorInfo::k_schemaNotRead:
-      return Fail(schema, "schema cannot be read: " + TrimMessage(info.message));
+      return Fail(options.schema, "the schema cannot be read as XML" + At(first) +
+                                      (first.message.empty() ? "" : ": " + first.message));
     case ValidationErrorInfo::k_schemaNotParsed:
-      return Fail(schema, "not a usable XML Schema: " + TrimMessage(info.message));
+      return Fail(options.schema, "not a usable XML Schema" + At(first) +
+                                      (first.message.empty() ? "" : ": " + first.message));
     default:
-      return Fail(file, "not valid at line " + std::to_string(info.line) + ": " +
-                            TrimMessage(info.message));
+      break;
   }
+  if (!options.all) {
+    if (report.issues.empty()) return Fail(options.file, "cannot be read as XML");
+    const char* what = first.wellFormedness ? "not well-formed XML" : "not valid";
+    return Fail(options.file, what + At(first) + ": " + first.message);
+  }
+  for (const XmlValidationIssue& issue : report.issues) {
+    std::cout << options.file << ":" << issue.line << ": " << issue.message << "\n";
+  }
+  const size_t count = report.issues.size();
+  const std::string what = report.code == ValidationErrorInfo::k_documentNotRead
+                               ? "not well-formed XML: "
+                               : "not valid: ";
+  if (report.stoppedAtLimit) {
+    return Fail(options.file, what + "stopped after " + std::to_string(count) + " problems");
+  }
+  return Fail(options.file, what + std::to_string(count) + (count == 1 ? " problem" : " problems") +
+                                ", the first" + At(first));
 }
 
-// Every element becomes an object member, attributes string members, text a string. An
-// element's text is written when it ends, after its attributes and children, so text beside
-// child elements becomes its "#text" member instead of a value the children would follow.
-int ToJson(const std::string& file) {
-  if (!std::ifstream(file)) return Fail(file, "cannot be read");
-  XmlTextReaderLite reader(file.c_str(), XmlTextReaderLite::k_xmlSourceFile);
+int ToJson(const XmlOptions& options) {
+  if (const int code = CheckXmlInput(options.file)) return code;
+  XmlTreeNode root;
+  std::string reason;
+  if (!ReadXmlTree(options.file, root, reason)) return Fail(options.file, reason);
   JSONTextWriter writer;
-  writer.WriteStartDocument();
-  std::vector<std::string> texts;  // the text of each open element so far
-  bool sawRoot = false;
-  while (reader.Read()) {
-    switch (reader.GetNodeType()) {
-      case QO::k_xmlNodeElement: {
-        sawRoot = true;
-        writer.WriteStartElement(reader.GetName(), QO::XmlElementType::Object);
-        for (bool more = reader.MoveToFirstAttribute(); more; more = reader.MoveToNextAttribute()) {
-          writer.WriteAttributeString(reader.GetName(), reader.GetValue());
-        }
-        reader.MoveToElement();
-        if (reader.IsEmptyElement()) {
-          writer.WriteEndElement();
-        } else {
-          texts.emplace_back();
-        }
-        break;
-      }
-      case QO::k_xmlNodeEndElement:
-        if (texts.empty()) break;
-        if (!texts.back().empty()) writer.WriteString(texts.back());
-        texts.pop_back();
-        writer.WriteEndElement();
-        break;
-      case QO::k_xmlNodeText:
-      case QO::k_xmlNodeCData:
-        if (!texts.empty()) texts.back() += reader.GetValue();
-        break;
-      default:
-        break;
-    }
-  }
-  if (reader.HasFailed() || !sawRoot || !texts.empty()) {
-    const std::string reason = TrimMessage(XmlGlobals::Get().m_lastErrorMessage);
-    return Fail(file, "not well-formed XML" + (reason.empty() ? "" : " (" + reason + ")"));
-  }
-  writer.WriteEndDocument();
+  WriteXmlTree(root, writer);
   std::cout.write(writer.GetBufferedText(), static_cast<std::streamsize>(writer.GetBufferedSize()));
   std::cout << "\n";
   return k_exitSuccess;
 }
 
-int RunXml(const std::vector<std::string>& args) {
-  if (args.empty()) return UsageError("xml", "missing subcommand");
-  if (args[0] == "validate") {
-    if (args.size() != 3) return UsageError("xml", "validate takes FILE and SCHEMA");
-    return Validate(args[1], args[2]);
-  }
-  if (args[0] == "tojson") {
-    if (args.size() != 2) return UsageError("xml", "tojson takes one FILE");
-    return ToJson(args[1]);
-  }
-  return UsageError("xml", "unknown subcommand '" + args[0] + "'");
+void AddXml(CLI::App& parent) {
+  CLI::App& command =
+      *parent.add_subcommand("xml", "validate XML against an XML Schema, or convert it to JSON");
+  command.require_subcommand(1);
+  command.footer(
+      "Exit code 0 on success, 1 when the document is invalid or unreadable, 2 on bad usage.");
+  auto options = std::make_shared<XmlOptions>();
+
+  CLI::App& validate =
+      *command.add_subcommand("validate", "check FILE against the XML Schema SCHEMA");
+  validate.footer(
+      "Prints \"FILE: valid\". Otherwise one line on stderr gives the first problem with its\n"
+      "line, and reading stops there. With --all, every problem is printed on standard output\n"
+      "as FILE:LINE: MESSAGE (at most 1000), and stderr says how many were found.");
+  validate.add_flag("--all", options->all, "report every problem, not only the first");
+  validate.add_option("FILE", options->file, "the XML document")->required();
+  validate.add_option("SCHEMA", options->schema, "the XML Schema (.xsd)")->required();
+  SetRunner(validate, "qobase xml validate [--all] FILE SCHEMA",
+            [options] { return Validate(*options); });
+
+  CLI::App& tojson = *command.add_subcommand("tojson", "print FILE as JSON");
+  tojson.footer(
+      "Elements become members, attributes string members, text string values (\"#text\"\n"
+      "beside other members); sibling elements sharing a name become one array.");
+  tojson.add_option("FILE", options->file, "the XML document")->required();
+  SetRunner(tojson, "qobase xml tojson FILE", [options] { return ToJson(*options); });
 }
 
-const CommandRegistration s_xml({
-    "xml",
-    "validate XML against an XML Schema, or convert it to JSON",
-    "usage: qobase xml validate FILE SCHEMA\n"
-    "       qobase xml tojson FILE\n\n"
-    "validate  checks FILE against the XML Schema SCHEMA and prints \"FILE: valid\".\n"
-    "          When it is not valid, or either file cannot be used, one line on stderr\n"
-    "          gives the reason with the line of the first problem found.\n"
-    "tojson    prints FILE as JSON: elements become members, attributes string members,\n"
-    "          text string values (\"#text\" beside other members).\n\n"
-    "Exit code 0 on success, 1 when the document is invalid or unreadable, 2 on bad usage.\n",
-    RunXml,
-});
+const CommandRegistration s_xml("xml", AddXml);
 
 }  // namespace
 }  // namespace qobase_tool

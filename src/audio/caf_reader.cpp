@@ -1,3 +1,4 @@
+// The CAF chunk walk and the QoAudioFileReader over it.
 #include <qobase/audio/caf_reader.h>
 #include <qobase/result_code.h>
 
@@ -83,6 +84,10 @@ unsigned int QoCAFReader::OnUnknownChunk(void* /*body*/, long long /*size*/) {
 
 unsigned int QoCAFReader::ReadChunks() {
   if (m_stream == nullptr) return QO::k_resultFailure;
+  // Every chunk head must lie inside the stream, so a stream without a known end (a pipe, a
+  // device, which report no size) ends the walk instead of handing out empty chunks forever.
+  unsigned long long streamSize = 0;
+  if (m_stream->GetFileSize(streamSize) != QO::k_resultSuccess) streamSize = 0;
   for (;;) {
     void* data = nullptr;
     unsigned int got = 0;
@@ -96,6 +101,9 @@ unsigned int QoCAFReader::ReadChunks() {
         break;
       }
       case k_expectChunkHead: {
+        const long long headOffset = m_stream->GetPosition();
+        if (headOffset < 0 || static_cast<unsigned long long>(headOffset) + 12 > streamSize)
+          return QO::k_resultFailure;
         const unsigned int result = m_stream->Read(12, data, got);
         if (result != QO::k_resultAllDataDelivered) return result;
         const unsigned char* head = static_cast<const unsigned char*>(data);

@@ -72,6 +72,17 @@ void WavByteSwapHelpers::Convert(WAVEFORMATEXTENSIBLE& format) {
   Swap(format.dwChannelMask);
 }
 
+void WavByteSwapHelpers::Convert(StandardWaveFormatExtensible& format) {
+  Convert(format.Format);
+  // Packed fields: swapped through aligned copies.
+  uint16_t valid = format.wValidBitsPerSample;
+  uint32_t mask = format.dwChannelMask;
+  Swap(valid);
+  Swap(mask);
+  format.wValidBitsPerSample = valid;
+  format.dwChannelMask = mask;
+}
+
 void WavByteSwapHelpers::Convert(WaveFormatExtensible& format) {
   SwapBasicFormatFields(format);
   Swap(format.wReserved);

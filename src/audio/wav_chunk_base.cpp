@@ -7,8 +7,16 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "audio/chunk_io.h"
+
 QoFormatChunkBase::QoFormatChunkBase()
-    : m_header{0, 0}, m_dataOffset(0), m_file(nullptr), m_valid(false), m_needSwap(false), m_sizeInFile(0) {}
+    : m_header{0, 0},
+      m_dataOffset(0),
+      m_file(nullptr),
+      m_valid(false),
+      m_needSwap(false),
+      m_sizeInFile(0),
+      m_droppedOnLoad(0) {}
 
 QoFormatChunkBase::~QoFormatChunkBase() { delete m_file; }
 
@@ -17,8 +25,9 @@ bool QoFormatChunkBase::IsValid() const { return m_valid; }
 bool QoFormatChunkBase::Init(const zu::File& file, QoFormatChunkBase* parent) {
   m_valid = false;
   m_sizeInFile = 0;
-  delete m_file;
-  m_file = new zu::File(file.GetStream());
+  m_droppedOnLoad = 0;
+  AttachFile(file);
+  const uint64_t limit = qobase_audio::GetWalkLimit(*m_file);
 
   uint32_t position = 0;
   if (parent) {
@@ -29,7 +38,8 @@ bool QoFormatChunkBase::Init(const zu::File& file, QoFormatChunkBase* parent) {
   }
   for (;;) {
     RIFFHEADER header;
-    if (m_file->SetFilePointer(position, zu::k_fileBegin) < 0 || !m_file->ReadExact(&header, sizeof(header))) {
+    if (position + 8ull > limit || m_file->SetFilePointer(position, zu::k_fileBegin) < 0 ||
+        !m_file->ReadExact(&header, sizeof(header))) {
       return false;
     }
     if (header.chunkID == QO::k_fccRIFX) m_needSwap = true;
@@ -60,10 +70,16 @@ bool QoFormatChunkBase::Init(const zu::File& file, QoFormatChunkBase* parent) {
   }
 }
 
+void QoFormatChunkBase::AttachFile(const zu::File& file) {
+  delete m_file;
+  m_file = new zu::File(file.GetStream());
+}
+
 void QoFormatChunkBase::Reset() {
   m_header = RIFFHEADER{0, 0};
   m_dataOffset = 0;
   m_sizeInFile = 0;
+  m_droppedOnLoad = 0;
   delete m_file;
   m_file = nullptr;
   m_valid = false;

@@ -67,6 +67,8 @@ bool QoCueChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
     if (got < bytes) break;  // the file ends inside the chunk
   }
   m_header.size = static_cast<uint32_t>(4 + m_cues.size() * sizeof(WAV_CUE));
+  if (m_cues.size() != count || m_header.size != m_sizeInFile)
+    m_droppedOnLoad |= QO::k_droppedCueRecords;
   m_valid = true;
   return true;
 }
@@ -183,11 +185,13 @@ bool QoListChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
   const unsigned long long fileEnd = fileSize < 0 ? 0 : static_cast<unsigned long long>(fileSize);
   uint32_t size = 4;
   unsigned long long offset = 4;
+  bool skipped = false;
   while (listSize >= 5 && offset < listSize) {
     uint32_t head[2];
     if (offset + 8 > listSize || ReadData(head, 8, static_cast<uint32_t>(offset)) != 8) break;
     const uint32_t subSize = FromFile(head[1]);
     if (head[0] != QO::k_fccLabl) {
+      skipped = true;
       offset += 8ull + subSize;
       continue;
     }
@@ -208,6 +212,9 @@ bool QoListChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
   }
   m_valid = !m_labels.empty();
   m_header.size = m_valid ? size : 0;
+  // Every sub-chunk but a label is left out, and so is whatever follows a label that ended the
+  // walk early.
+  if (m_valid && (skipped || offset < listSize)) m_droppedOnLoad |= QO::k_droppedListSubChunks;
   return m_valid;
 }
 
@@ -291,6 +298,11 @@ bool QoSmplChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
     return false;
   }
   if (m_needSwap) WavByteSwapHelpers::Convert(m_loop);
+  // Only the first loop is kept: say what else the chunk held.
+  const unsigned long long loopsEnd = sizeof(SAMPLER) + 24ull * m_sampler.cSampleLoops;
+  if (m_sampler.cSampleLoops > 1) m_droppedOnLoad |= QO::k_droppedSamplerLoops;
+  if (m_sampler.cbSamplerData != 0 || m_sizeInFile > loopsEnd)
+    m_droppedOnLoad |= QO::k_droppedSamplerData;
   m_sampler.cSampleLoops = 1;
   m_sampler.cbSamplerData = 0;
   m_header.size = sizeof(SAMPLER) + sizeof(SAMPLER_LOOP);

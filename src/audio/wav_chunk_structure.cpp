@@ -7,17 +7,38 @@
 #include <cstring>
 #include <vector>
 
+#include "audio/chunk_io.h"
+#include "audio/format_layout.h"
+
 // ---- QoRiffChunk ----
 
 QoRiffChunk::QoRiffChunk() : m_formType(0) {}
 
 bool QoRiffChunk::Init(const zu::File& file, QoFormatChunkBase* /*parent*/) {
   m_formType = 0;
-  // The container is the chunk at offset 0; a file that starts otherwise is no RIFF file.
-  if (!QoFormatChunkBase::Init(file, nullptr) || m_dataOffset != 8 || ReadData(&m_formType, 4, 0) != 4) {
-    m_valid = false;
+  m_valid = false;
+  m_sizeInFile = 0;
+  m_droppedOnLoad = 0;
+  m_needSwap = false;
+  AttachFile(file);
+  // The container is the chunk at offset 0: a file that starts otherwise is no RIFF file, so
+  // nothing after that offset is searched.
+  RIFFHEADER header;
+  if (qobase_audio::GetWalkLimit(*m_file) < 12 ||
+      ReadAt(&header, sizeof(header), 0) != sizeof(header) ||
+      (header.chunkID != QO::k_fccRIFF && header.chunkID != QO::k_fccRIFX)) {
     return false;
   }
+  m_needSwap = header.chunkID == QO::k_fccRIFX;
+  if (m_needSwap) WavByteSwapHelpers::Convert(header);
+  m_header = header;
+  m_dataOffset = 8;
+  m_sizeInFile = header.size;
+  if (ReadData(&m_formType, 4, 0) != 4) {
+    m_formType = 0;
+    return false;
+  }
+  m_valid = true;
   return true;
 }
 
@@ -51,11 +72,13 @@ unsigned int QoRiffChunk::UpdateRiffChunkSize(const zu::File& out, bool swap) {
 
 // ---- QoFmtChunk ----
 
-QoFmtChunk::QoFmtChunk() : m_format(), m_unspecifiedChannelMask(false) {}
+QoFmtChunk::QoFmtChunk()
+    : m_format(), m_unspecifiedChannelMask(false), m_standardLayout(false), m_storedFormat() {}
 
 bool QoFmtChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
   m_unspecifiedChannelMask = false;
   m_format = WaveFormatExtensible();
+  m_storedFormat = QoWaveFormatFacts();
   if (!QoFormatChunkBase::Init(file, parent)) return false;
   m_valid = false;
   if (m_header.size < 16) return false;
@@ -66,6 +89,12 @@ bool QoFmtChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
   const unsigned int wanted = std::min<uint32_t>(m_header.size, sizeof(record));
   const unsigned int got = ReadData(&record, wanted, 0);
   if (got != wanted) return false;
+  m_storedFormat = qobase_audio::ReadFormatFacts(record, m_header.size, m_needSwap);
+  if (m_standardLayout && qobase_audio::HasKnownStandardLayout(m_storedFormat)) {
+    m_storedFormat.standardLayoutUsed = true;
+    record = qobase_audio::StandardLayoutRecord(record, m_needSwap);
+    return TakeFormatRecord(record);
+  }
 
   const uint16_t tag = m_needSwap ? WavByteSwapHelpers::Swap16(record.wFormatTag) : record.wFormatTag;
   if (got == sizeof(WaveFormatExtensible) && tag == QO::k_waveFormatExtensible) {
@@ -88,6 +117,10 @@ bool QoFmtChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
     record.wValidBitsPerSample = 0;
     record.SubFormat = ks_dataformat_pcm;
   }
+  return TakeFormatRecord(record);
+}
+
+bool QoFmtChunk::TakeFormatRecord(WAVEFORMATEXTENSIBLE& record) {
   const QoChannelConfig config = QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(record);
   const uint32_t channels = QO::GetChannelConfigNumChannels(config);
   if (channels == 0) return false;
@@ -150,6 +183,16 @@ void QoFmtChunk::SetFormatInfo(WaveFormatExtensible* format) {
 }
 
 bool QoFmtChunk::HasUnspecifiedChannelMask() const { return m_unspecifiedChannelMask; }
+
+void QoFmtChunk::Reset() {
+  QoFormatChunkBase::Reset();
+  m_storedFormat = QoWaveFormatFacts();
+}
+
+unsigned int QoFmtChunk::WriteToFileAsStored(const zu::File& out, bool swap) {
+  if (!m_valid || !m_file || m_dataOffset < 8 || swap != m_needSwap) return QO::k_chunkFailure;
+  return qobase_audio::CopyStoredChunk(*m_file, m_dataOffset - 8, m_sizeInFile, out);
+}
 
 // ---- QoJunkChunk ----
 

@@ -28,6 +28,7 @@ bool QoWavFile::Open(const zu::Path& path, bool formatOnly) {
   m_listChunk.Init(m_file, &m_riffChunk);
   m_smplChunk.Init(m_file, &m_riffChunk);
   m_junkChunk.Init(m_file, &m_riffChunk);
+  RecordCarriedChunks();
   return true;
 }
 
@@ -40,6 +41,8 @@ void QoWavFile::Close() {
   m_listChunk.Reset();
   m_smplChunk.Reset();
   m_junkChunk.Reset();
+  m_carriedChunks.clear();
+  m_walkDrops = QO::k_droppedNothing;
   if (m_file.IsOpen()) m_file.Close();
 }
 
@@ -64,6 +67,10 @@ bool QoWavFile::WriteRiffChunk(const zu::File& out, bool swap) {
 
 bool QoWavFile::WriteFormatChunk(const zu::File& out, bool swap) {
   return m_fmtChunk.WriteToFile(out, swap) == QO::k_chunkSuccess;
+}
+
+bool QoWavFile::WriteFormatChunkAsStored(const zu::File& out, bool swap) {
+  return m_fmtChunk.WriteToFileAsStored(out, swap) == QO::k_chunkSuccess;
 }
 
 bool QoWavFile::WriteFormatChunkNotExtensible(const zu::File& out, bool swap) {

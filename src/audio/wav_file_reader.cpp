@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "audio/chunk_io.h"
+#include "audio/format_layout.h"
 #include "audio/sample_conversion.h"
 
 QoWavFileReader::QoWavFileReader()
@@ -21,7 +23,9 @@ QoWavFileReader::QoWavFileReader()
       m_dataPosition(0),
       m_byteSwapped(false),
       m_readBuffer(nullptr),
-      m_readBufferCapacity(0) {}
+      m_readBufferCapacity(0),
+      m_standardLayout(false),
+      m_storedFormat() {}
 
 QoWavFileReader::~QoWavFileReader() {
   Close();
@@ -61,10 +65,9 @@ bool QoWavFileReader::Open(const zu::Path& path) {
   }
   m_byteSwapped = (id == QO::k_fccRIFX);
   const unsigned long long declaredEnd = static_cast<unsigned long long>(Swap(riffSize)) + 8;
-  const long long fileSize = m_file.GetFileSize();
-  unsigned long long end = declaredEnd;
-  if (fileSize >= 0 && static_cast<unsigned long long>(fileSize) < end)
-    end = static_cast<unsigned long long>(fileSize);
+  // A stream that is no regular file has no end to walk to: its walk ends at once.
+  const unsigned long long end =
+      std::min<unsigned long long>(declaredEnd, qobase_audio::GetWalkLimit(m_file));
   m_riffEnd = static_cast<uint32_t>(std::min<unsigned long long>(end, 0xFFFFFFFFull));
   return true;
 }
@@ -143,6 +146,13 @@ bool QoWavFileReader::ReadFormatChunk(uint32_t size) {
       !Skip(static_cast<long long>(size) - static_cast<long long>(sizeof(record)))) {
     return false;
   }
+  m_storedFormat = qobase_audio::ReadFormatFacts(record, size, m_byteSwapped);
+  if (m_standardLayout && qobase_audio::HasKnownStandardLayout(m_storedFormat)) {
+    m_storedFormat.standardLayoutUsed = true;
+    record = qobase_audio::StandardLayoutRecord(record, m_byteSwapped);
+    m_isFloat = (record.SubFormat == ks_dataformat_ieee_float);
+    return TakeFormatRecord(record);
+  }
   if (wanted == sizeof(WaveFormatExtensible)) {
     WaveFormatExtensible compact;
     std::memcpy(&compact, &record, sizeof(compact));
@@ -166,7 +176,10 @@ bool QoWavFileReader::ReadFormatChunk(uint32_t size) {
     record.wValidBitsPerSample = 0;
   }
   m_isFloat = (record.SubFormat != ks_dataformat_pcm);
+  return TakeFormatRecord(record);
+}
 
+bool QoWavFileReader::TakeFormatRecord(WAVEFORMATEXTENSIBLE& record) {
   const QoChannelConfig config = QO::SetChannelConfigFromWAVEFORMATEXTENSIBLE(record);
   if (QO::GetChannelConfigNumChannels(config) == 0) return false;
   record.nChannels = static_cast<uint16_t>(QO::GetChannelConfigNumChannels(config));

@@ -1,3 +1,4 @@
+// Sub-format constants and the channel configuration derived from a format record.
 #include <qobase/audio/wave_format.h>
 
 const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_pcm = {
@@ -6,6 +7,10 @@ const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_ieee_float = {
     0x00000003, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71}};
 const QO::SonvoAuthoringAPI::QoGuid s_ambisonic = {
     0x00000001, 0x0721, 0x11D3, {0x86, 0x44, 0xC8, 0xC1, 0xCA, 0x00, 0x00, 0x00}};
+const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_alaw = {
+    0x00000006, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71}};
+const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_mulaw = {
+    0x00000007, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71}};
 
 namespace QO {
 namespace {
@@ -29,6 +34,12 @@ QoChannelConfig GetDefaultChannelConfig(uint32_t numChannels) {
                              GetDefaultChannelMask(numChannels));
   }
   return MakeChannelConfig(numChannels, k_channelConfigAnonymous, 0);
+}
+
+bool IsKnownSubFormat(const SonvoAuthoringAPI::QoGuid& subFormat) {
+  return subFormat == ks_dataformat_pcm || subFormat == ks_dataformat_ieee_float ||
+         subFormat == ks_dataformat_alaw || subFormat == ks_dataformat_mulaw ||
+         subFormat == s_ambisonic;
 }
 
 QoChannelConfig SetChannelConfigFromWAVEFORMATEXTENSIBLE(const WAVEFORMATEXTENSIBLE& format) {

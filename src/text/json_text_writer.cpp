@@ -119,12 +119,23 @@ void JSONTextWriter::WriteEscaped(const CStdStr& text) {
     WriteString(run, static_cast<std::size_t>(p - run));
     char escape[2] = {'\\', *p};
     switch (*p) {
-      case '\b': escape[1] = 'b'; break;
-      case '\f': escape[1] = 'f'; break;
-      case '\n': escape[1] = 'n'; break;
-      case '\r': escape[1] = 'r'; break;
-      case '\t': escape[1] = 't'; break;
-      default: break;  // backslash and double quote stand for themselves
+      case '\b':
+        escape[1] = 'b';
+        break;
+      case '\f':
+        escape[1] = 'f';
+        break;
+      case '\n':
+        escape[1] = 'n';
+        break;
+      case '\r':
+        escape[1] = 'r';
+        break;
+      case '\t':
+        escape[1] = 't';
+        break;
+      default:
+        break;  // backslash and double quote stand for themselves
     }
     WriteString(escape, 2);
     run = p + 1;

@@ -48,10 +48,18 @@ void XmlTextWriterLite2::WriteEscaped(const CStdStr& text, bool attribute) {
        p = qobase_text::FindXmlSpecial(text.data(), run, end, attribute)) {
     WriteString(run, static_cast<std::size_t>(p - run));
     switch (*p) {
-      case '&': WriteString("&amp;", 5); break;
-      case '<': WriteString("&lt;", 4); break;
-      case '>': WriteString("&gt;", 4); break;
-      default: WriteString("&quot;", 6); break;
+      case '&':
+        WriteString("&amp;", 5);
+        break;
+      case '<':
+        WriteString("&lt;", 4);
+        break;
+      case '>':
+        WriteString("&gt;", 4);
+        break;
+      default:
+        WriteString("&quot;", 6);
+        break;
     }
     run = p + 1;
   }

@@ -2,9 +2,9 @@
 #include <qobase/text/xml_validation.h>
 
 #include <libxml/parser.h>
-#include <libxml/xmlversion.h>
 #include <libxml/xmlerror.h>
 #include <libxml/xmlschemas.h>
+#include <libxml/xmlversion.h>
 
 namespace {
 
@@ -92,8 +92,8 @@ _xmlSchema* XmlGlobals::GetSchema(const CStdStr& schemaPath, ValidationErrorInfo
   if (holder.document) holder.parser = xmlSchemaNewDocParserCtxt(holder.document);
   if (holder.parser) holder.schema = xmlSchemaParse(holder.parser);
   if (holder.schema) return holder.schema;
-  info.code = holder.parser ? ValidationErrorInfo::k_schemaNotParsed
-                            : ValidationErrorInfo::k_schemaNotRead;
+  info.code =
+      holder.parser ? ValidationErrorInfo::k_schemaNotParsed : ValidationErrorInfo::k_schemaNotRead;
   return nullptr;
 }
 
@@ -106,8 +106,8 @@ bool ValidateXmlDoc(_xmlDoc* doc, const CStdStr& schemaPath, ValidationErrorInfo
       xmlSchemaFreeValidCtxt(context);
       return true;
     }
-    info.code = context ? ValidationErrorInfo::k_documentNotValid
-                        : ValidationErrorInfo::k_schemaNotRead;
+    info.code =
+        context ? ValidationErrorInfo::k_documentNotValid : ValidationErrorInfo::k_schemaNotRead;
   }
   globals.CopyLastError(info);
   if (context) xmlSchemaFreeValidCtxt(context);

@@ -5,6 +5,7 @@
 
 #include <sndfile.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -62,4 +63,59 @@ TEST(WavFileSndfile, EditsAFileOfLibsndfileAndLibsndfileReadsTheResult) {
   EXPECT_EQ(instrument.loops[0].end, 3801u);  // libsndfile reports the frame after the inclusive end
   EXPECT_EQ(instrument.loops[0].mode, SF_LOOP_FORWARD);
   sf_close(file);
+}
+
+// libsndfile's extensible 32-bit file and float file with "fact", "PEAK", "bext", "iXML" and a
+// "LIST"/"INFO" after the data: a marker edit keeps every one of them and the samples.
+TEST(WavFileSndfile, MarkerEditKeepsEveryChunkOfLibsndfile) {
+  qotest::TempDir dir;
+  const std::string in = dir.File("in.wav"), out = dir.File("out.wav");
+  for (const int format : {SF_FORMAT_WAVEX | SF_FORMAT_PCM_32, SF_FORMAT_WAV | SF_FORMAT_FLOAT}) {
+    SCOPED_TRACE(format);
+    std::vector<int> samples(600);
+    for (size_t i = 0; i < samples.size(); ++i)
+      samples[i] = static_cast<int>(i * 2654435761u) & ~0xFF;
+    SF_INFO info = {0, 48000, 6, format, 0, 0};
+    SNDFILE* file = sf_open(in.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr);
+    SF_BROADCAST_INFO bext{};
+    std::strcpy(bext.description, "take 1");
+    char ixml[] = "<BWFXML/>";
+    SF_CHUNK_INFO chunk = {"iXML", 4, 9, ixml};
+    ASSERT_EQ(sf_command(file, SFC_SET_BROADCAST_INFO, &bext, sizeof(bext)), SF_TRUE);
+    ASSERT_EQ(sf_set_chunk(file, &chunk), SF_ERR_NO_ERROR);
+    ASSERT_EQ(sf_writef_int(file, samples.data(), 100), 100);
+    ASSERT_EQ(sf_set_string(file, SF_STR_COMMENT, "kept"), 0);  // written after the data
+    ASSERT_EQ(sf_close(file), 0);
+    const std::string source = qotest::ReadFileBytes(in);
+
+    QoWavFile wav;
+    wav.SetStandardExtensibleLayout(true);
+    ASSERT_TRUE(wav.Open(zu::Path(in), false));
+    EXPECT_EQ(wav.GetDroppedOnLoad(), 0u);
+    EXPECT_FALSE(wav.GetCarriedChunks().back().beforeData);  // the "LIST"
+    wav.m_listChunk.AddLabel(wav.m_cueChunk.AddCue(50), "Cue");
+    ASSERT_TRUE(qotest::WriteKeepingEverything(wav, out, false));
+    wav.Close();
+    EXPECT_EQ(qotest::ReadFileBytes(in), source);
+
+    // Every chunk of the source comes out with the same body, in the same order.
+    std::vector<std::pair<std::string, std::string>> kept;
+    for (const auto& k : qotest::ChunksOf(qotest::ReadFileBytes(out))) {
+      const bool labels = k.first == "LIST" && k.second.compare(0, 4, "adtl") == 0;
+      if (k.first != "cue " && k.first != "JUNK" && !labels) kept.push_back(k);
+    }
+    EXPECT_EQ(kept, qotest::ChunksOf(source));
+    info = SF_INFO();
+    file = sf_open(out.c_str(), SFM_READ, &info);
+    ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
+    std::vector<int> read(samples.size());
+    EXPECT_EQ(sf_readf_int(file, read.data(), 100), 100);
+    EXPECT_EQ(read, samples);
+    SF_BROADCAST_INFO readBext{};
+    ASSERT_EQ(sf_command(file, SFC_GET_BROADCAST_INFO, &readBext, sizeof(readBext)), SF_TRUE);
+    EXPECT_STREQ(readBext.description, "take 1");
+    EXPECT_STREQ(sf_get_string(file, SF_STR_COMMENT), "kept");
+    sf_close(file);
+  }
 }

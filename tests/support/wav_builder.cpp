@@ -68,6 +68,17 @@ std::string FmtBody(bool bigEndian, uint16_t tag, uint16_t channels, uint32_t ra
   return b.Bytes();
 }
 
+std::string StandardExtensibleBody(bool bigEndian, uint16_t channels, uint32_t rate, uint16_t bits,
+                                   uint16_t validBits, uint32_t mask,
+                                   const QO::SonvoAuthoringAPI::QoGuid& subFormat, uint16_t extra) {
+  std::string guid(16, '\0');
+  std::memcpy(&guid[0], &subFormat, 16);
+  ByteBuilder b(bigEndian);
+  b.Raw(FmtBody(bigEndian, 0xFFFE, channels, rate, bits)).U16(static_cast<uint16_t>(22 + extra));
+  b.U16(validBits).U32(mask).Raw(guid).Zeros(extra);
+  return b.Bytes();
+}
+
 WAVEFORMATEXTENSIBLE ExtensibleFormat(uint16_t channels, uint16_t bits, uint32_t rate,
                                       uint16_t tag) {
   WAVEFORMATEXTENSIBLE f;

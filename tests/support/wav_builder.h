@@ -43,6 +43,14 @@ std::string WaveFile(bool bigEndian, const std::string& chunks, int64_t riffSize
 std::string FmtBody(bool bigEndian, uint16_t tag, uint16_t channels, uint32_t rate, uint16_t bits,
                     uint16_t blockAlign = 0);
 
+// A "fmt " body in the published extensible layout: the basic fields, cbSize (22 plus the extra
+// bytes), valid bits at body offset 18, channel mask at 20, sub-format at 24 (40 bytes), then
+// `extra` zero bytes.
+std::string StandardExtensibleBody(bool bigEndian, uint16_t channels, uint32_t rate, uint16_t bits,
+                                   uint16_t validBits, uint32_t mask,
+                                   const QO::SonvoAuthoringAPI::QoGuid& subFormat,
+                                   uint16_t extra = 0);
+
 // A 44-byte format record: the default channel mask, PCM sub-format (IEEE float for 32 bits).
 WAVEFORMATEXTENSIBLE ExtensibleFormat(uint16_t channels, uint16_t bits, uint32_t rate = 44100,
                                       uint16_t tag = 0xFFFE);

@@ -3,6 +3,8 @@
 #include <qobase/audio/wav_file_reader.h>
 #include <qobase/result_code.h>
 
+#include <cstring>
+
 #include "temp_dir.h"
 
 namespace qotest {
@@ -32,7 +34,9 @@ std::string SmplBody(uint32_t loops, uint32_t start, uint32_t end, bool big) {
 }
 
 OpenedWav::OpenedWav(const std::string& path, const char* mode)
-    : stream(std::fopen(path.c_str(), mode)), file(stream), ok(stream && riff.Init(file, nullptr)) {}
+    : stream(std::fopen(path.c_str(), mode)),
+      file(stream),
+      ok(stream && riff.Init(file, nullptr)) {}
 
 OpenedWav::~OpenedWav() {
   if (stream) std::fclose(stream);
@@ -54,9 +58,33 @@ bool WriteAll(QoWavFile& wav, const std::string& path, bool swap, bool compact) 
   zu::File out;
   if (out.Open(zu::Path(path), k_openModeWrite, 0) != QO::k_resultSuccess) return false;
   return wav.WriteRiffChunk(out, swap) &&
-         (compact ? wav.WriteFormatChunk(out, swap) : wav.WriteFormatChunkNotExtensible(out, swap)) &&
-         wav.WriteCueChunk(out, swap) && wav.WriteListChunk(out, swap) && wav.WriteSmplChunk(out, swap) &&
-         wav.WriteJunkChunk(out, swap) && wav.WriteDataChunk(out, swap) && wav.UpdateRiffChunkSize(out, swap) &&
+         (compact ? wav.WriteFormatChunk(out, swap)
+                  : wav.WriteFormatChunkNotExtensible(out, swap)) &&
+         wav.WriteCueChunk(out, swap) && wav.WriteListChunk(out, swap) &&
+         wav.WriteSmplChunk(out, swap) && wav.WriteJunkChunk(out, swap) &&
+         wav.WriteDataChunk(out, swap) && wav.UpdateRiffChunkSize(out, swap) &&
+         out.Close() == QO::k_resultSuccess;
+}
+
+std::vector<std::pair<std::string, std::string>> ChunksOf(const std::string& file) {
+  std::vector<std::pair<std::string, std::string>> chunks;
+  for (size_t p = 12; p + 8 <= file.size();) {
+    uint32_t size;
+    std::memcpy(&size, file.data() + p + 4, 4);
+    chunks.emplace_back(file.substr(p, 4), file.substr(p + 8, size));
+    p += 8ull + size + (size & 1);
+  }
+  return chunks;
+}
+
+bool WriteKeepingEverything(QoWavFile& wav, const std::string& path, bool swap) {
+  zu::File out;
+  if (out.Open(zu::Path(path), k_openModeWrite, 0) != QO::k_resultSuccess) return false;
+  return wav.WriteRiffChunk(out, swap) && wav.WriteFormatChunkAsStored(out, swap) &&
+         wav.WriteCarriedChunksBeforeData(out, swap) && wav.WriteCueChunk(out, swap) &&
+         wav.WriteListChunk(out, swap) && wav.WriteSmplChunk(out, swap) &&
+         wav.WriteJunkChunk(out, swap) && wav.WriteDataChunk(out, swap) &&
+         wav.WriteCarriedChunksAfterData(out, swap) && wav.UpdateRiffChunkSize(out, swap) &&
          out.Close() == QO::k_resultSuccess;
 }
 
@@ -65,7 +93,8 @@ ReadBack::ReadBack(const std::string& path, unsigned int channels) {
   ok = reader.Open(zu::Path(path)) && reader.ReadChunks(0x1F);
   if (!ok) return;
   for (const QO_WAVE_MARKER& m : reader.GetMarkers()) {
-    markers.push_back(std::to_string(m.ID) + "@" + std::to_string(m.position) + ":" + (m.label ? m.label : ""));
+    markers.push_back(std::to_string(m.ID) + "@" + std::to_string(m.position) + ":" +
+                      (m.label ? m.label : ""));
   }
   loopStart = reader.GetLoopStartFrame();
   loopEnd = reader.GetLoopEndFrame();

@@ -24,7 +24,8 @@ class QoCAFReader {
   unsigned int Init(IQoSimpleStream* stream);
 
   // Runs the chunk walk up to the "data" chunk and leaves the stream at the first sample. 1 on
-  // success (also when called again), 2 for a malformed file or one that ends early, 7 for a
+  // success (also when called again), 2 for a malformed file, one that ends early or a stream
+  // whose size is unknown (a pipe, a device: the walk never reads past the size), 7 for a
   // matrix that does not fit the channels or a second matrix, 52 when the matrix cannot be
   // allocated, or a code returned by the stream or by OnUnknownChunk.
   unsigned int ReadChunks();

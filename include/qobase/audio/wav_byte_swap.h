@@ -17,6 +17,8 @@ class WavByteSwapHelpers {
   static void Convert(tWAVEFORMATEX& format);
   // The basic fields, cbSize, wValidBitsPerSample and dwChannelMask; not the padding or GUID.
   static void Convert(WAVEFORMATEXTENSIBLE& format);
+  // The basic fields, cbSize, wValidBitsPerSample and dwChannelMask; not the GUID.
+  static void Convert(StandardWaveFormatExtensible& format);
   // The basic fields, cbSize, the u16 at offset 18 and the channel configuration.
   static void Convert(WaveFormatExtensible& format);
   static void Convert(SAMPLER& sampler);

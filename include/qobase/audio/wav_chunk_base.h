@@ -17,6 +17,24 @@ enum ChunkResult : unsigned int {
   k_chunkFailure = 1,
   k_chunkOutOfSpace = 2,  // a write failed and zu::File::GetLastError() reported out of space
 };
+
+// What loading a chunk into its object left out, so that writing the object back would not give
+// the bytes of the file (QoFormatChunkBase::GetDroppedOnLoad, QoWavFile::GetDroppedOnLoad).
+enum ChunkDrop : unsigned int {
+  k_droppedNothing = 0,
+  // Label list: sub-chunks other than "labl" ("ltxt", "note", ...), or what follows a label
+  // that runs past the list.
+  k_droppedListSubChunks = 0x1,
+  k_droppedSamplerLoops = 0x2,  // sampler loops after the first
+  k_droppedSamplerData = 0x4,   // sampler-specific data, or bytes after the loops
+  // A cue count that does not match the chunk size: the chunk is written back with the records
+  // that were read and their count.
+  k_droppedCueRecords = 0x8,
+  // (QoWavFile) bytes at the end of the file too few for a chunk head.
+  k_droppedTrailingBytes = 0x10,
+  // (QoWavFile) more chunks than the editor keeps a record of; the rest are not carried over.
+  k_droppedExcessChunks = 0x20,
+};
 }  // namespace QO
 
 class QoFormatChunkBase {
@@ -30,7 +48,8 @@ class QoFormatChunkBase {
   virtual bool IsValid() const;
   // Finds the first chunk whose head IsValidChunk accepts: in the container body of `parent`
   // (from just after its form type), or from the start of the file without a parent. False
-  // when none is found before the file ends or a chunk size wraps the 32-bit offset.
+  // when none is found before the file ends or a chunk size wraps the 32-bit offset. The scan
+  // never passes the end of a regular file and finds nothing in a pipe or a device.
   virtual bool Init(const zu::File& file, QoFormatChunkBase* parent);
   // Back to empty: no header, no offset, no file handle, not valid.
   virtual void Reset();
@@ -53,8 +72,13 @@ class QoFormatChunkBase {
   bool NeedSwapRead() const;
   // Writes the 8-byte head (size swapped when `swap`); false when not valid or on a short write.
   bool WriteChunkHeader(const zu::File& out, bool swap);
+  // What the last Init found in the chunk but did not load (QO::ChunkDrop flags); 0 for a chunk
+  // that is not valid, whose bytes the object never stands for.
+  unsigned int GetDroppedOnLoad() const { return m_droppedOnLoad; }
 
  protected:
+  // Replaces the chunk's own handle by one on `file`'s stream.
+  void AttachFile(const zu::File& file);
   // Writes `size` bytes and classifies a failure: k_chunkOutOfSpace when the device is full,
   // else k_chunkFailure.
   static unsigned int WriteBytes(const zu::File& out, const void* bytes, unsigned int size);
@@ -78,4 +102,6 @@ class QoFormatChunkBase {
   bool m_needSwap;
   // Body size of the chunk as found in the file (0 for a chunk that was created).
   uint32_t m_sizeInFile;
+  // QO::ChunkDrop flags of the last Init.
+  unsigned int m_droppedOnLoad;
 };

@@ -13,12 +13,36 @@
 //
 // The filler written just before the data puts the first sample on a 16-byte boundary. The
 // source file is only read; the chunks keep handles on it, so it stays open until Close.
+//
+// An edit that must keep everything it does not change writes the format as stored and carries
+// over every chunk the editor does not load, in order around the samples:
+//
+//   wav.SetStandardExtensibleLayout(true);   // before Open
+//   wav.Open(source, false);                 // then check GetDroppedOnLoad() == 0
+//   wav.WriteRiffChunk(out, swap);           wav.WriteFormatChunkAsStored(out, swap);
+//   wav.WriteCarriedChunksBeforeData(out, swap);
+//   wav.WriteCueChunk(out, swap);  wav.WriteListChunk(out, swap);  wav.WriteSmplChunk(out, swap);
+//   wav.WriteJunkChunk(out, swap); wav.WriteDataChunk(out, swap);
+//   wav.WriteCarriedChunksAfterData(out, swap);  wav.UpdateRiffChunkSize(out, swap);
 #pragma once
 
 #include <qobase/audio/wav_marker_chunks.h>
 #include <qobase/audio/wav_structure_chunks.h>
 #include <qobase/files/file.h>
 #include <qobase/files/path.h>
+
+#include <cstdint>
+#include <vector>
+
+// A chunk of the source that no chunk object loaded, to be copied over byte for byte.
+struct QoCarriedChunk {
+  uint32_t chunkID;   // four characters in file order
+  uint32_t listType;  // for a "LIST": the four characters of its list type ("INFO"), else 0
+  uint32_t offset;    // absolute offset of the chunk head in the source
+  uint32_t size;      // body size as stored, pad byte not counted
+  bool beforeData;    // found before the data chunk the editor loaded
+  bool complete;      // the whole body lies inside the file
+};
 
 class QoWavFile {
  public:
@@ -30,7 +54,9 @@ class QoWavFile {
   // Opens `path` for reading and loads its chunks, wherever they are in the container (the
   // first of each kind). False when the file cannot be read, is no RIFF/RIFX container, has no
   // usable format chunk, or (unless formatOnly) has no data chunk. Missing cue, label and
-  // sampler chunks leave their members invalid.
+  // sampler chunks leave their members invalid. A stream that is no regular file (a pipe, a
+  // device) is no RIFF container. Unless formatOnly, every chunk that no member loaded is
+  // recorded for GetCarriedChunks.
   virtual bool Open(const zu::Path& path, bool formatOnly);
   // Closes the source and empties every chunk member.
   virtual void Close();
@@ -63,6 +89,38 @@ class QoWavFile {
   // Sorts the cue points by position (stable).
   void SortCueChunk();
 
+  // Opt-in for the format chunk, off by default, taking effect at the next Open: a published
+  // 40-byte extensible body with a known sub-format is read by its own layout, so the channel
+  // configuration comes from the mask the file names (QoFmtChunk::SetStandardExtensibleLayout).
+  void SetStandardExtensibleLayout(bool on) { m_fmtChunk.SetStandardExtensibleLayout(on); }
+  // The format chunk as the file stores it (tag, body size, bits, valid bits, mask, sub-format,
+  // published layout used); all zero (bodySize 0) when no format body was read. A caller that
+  // cannot write a format back exactly refuses it by these facts.
+  const QoWaveFormatFacts& GetStoredFormat() const { return m_fmtChunk.GetStoredFormat(); }
+  // The format chunk byte for byte as the source stores it (tag, size, extensible layout and
+  // mask kept). False when there is no format, when `swap` does not give the source's byte
+  // order, or on a failed read or write.
+  bool WriteFormatChunkAsStored(const zu::File& out, bool swap);
+
+  // The chunks of the source that no member loaded, in file order: "bext", "fact", "iXML",
+  // "LIST" of another type than "adtl", "JUNK", "PAD ", unknown IDs, and a further chunk of a
+  // loaded kind. A "cue ", "smpl" or "LIST"/"adtl" here is one its member did not load (a second
+  // one, or one without cue points, loops or labels): a caller that writes its own chunk of that
+  // kind decides whether to keep both. Empty when closed or opened with formatOnly.
+  const std::vector<QoCarriedChunk>& GetCarriedChunks() const { return m_carriedChunks; }
+  // Copy the carried chunks found before, or after, the loaded data chunk, each byte for byte
+  // with a 0 pad byte after an odd body, so an output keeps their order around the samples.
+  // The after-data writer first writes the pad byte the data chunk needs when out's position is
+  // odd (the data copy writes none), even with no chunk to carry. True with nothing to write;
+  // false when a chunk must be written but `swap` does not give the source's byte order, a
+  // chunk is not complete in the source, or a read or write fails.
+  bool WriteCarriedChunksBeforeData(const zu::File& out, bool swap);
+  bool WriteCarriedChunksAfterData(const zu::File& out, bool swap);
+  // What writing the loaded chunks back would lose (QO::ChunkDrop flags): the cue, label and
+  // sampler members' GetDroppedOnLoad, trailing bytes too few for a chunk head, and chunks
+  // past the number the editor records. 0 when nothing is lost.
+  unsigned int GetDroppedOnLoad() const;
+
   zu::File m_file;
   QoRiffChunk m_riffChunk;
   QoFmtChunk m_fmtChunk;
@@ -71,4 +129,13 @@ class QoWavFile {
   QoListChunk m_listChunk;
   QoSmplChunk m_smplChunk;
   QoJunkChunk m_junkChunk;
+
+ private:
+  // Walks the container once and records every chunk that no member loaded.
+  void RecordCarriedChunks();
+  bool IsLoadedChunk(uint32_t bodyOffset) const;
+  bool WriteCarriedChunks(const zu::File& out, bool swap, bool beforeData);
+
+  std::vector<QoCarriedChunk> m_carriedChunks;
+  unsigned int m_walkDrops = 0;
 };

@@ -21,11 +21,27 @@ class QoWavFileReader : public QoAudioFileReader {
   // False when the file cannot be read or is not a WAVE file.
   bool Open(const zu::Path& path);
 
+  // Opt-in, off by default: a "fmt " body of 40 bytes or more with tag 0xFFFE whose sub-format
+  // QO::IsKnownSubFormat accepts is read by the published extensible layout (valid bits at body
+  // offset 18, channel mask at 20, sub-format at 24) instead of over the 44-byte record. The
+  // channel configuration then comes from the stored mask, and IsFloat() is true only for the
+  // IEEE float sub-format, so 32-bit integer PCM reads as integers. Every other body is read the
+  // default way. Set it before ReadChunks; it stays set across Open and Close.
+  void SetStandardExtensibleLayout(bool on) { m_standardLayout = on; }
+  bool GetStandardExtensibleLayout() const { return m_standardLayout; }
+  // The last format chunk read, as the file stores it (tag, body size, bits, valid bits, mask,
+  // sub-format) and whether the published layout was used for it. All zero (bodySize 0) until a
+  // format chunk is read; kept by Close like the format. 64-bit float (tag 3, 64 bits) and the
+  // 8-bit A-law and mu-law formats have no float conversion: ReadPCMDataAsFloat32 leaves the
+  // output untouched for them, and these facts say which format it is.
+  const QoWaveFormatFacts& GetStoredFormat() const { return m_storedFormat; }
+
   // Walks the chunks from just after the container head, once, directly after Open. Stops
   // when every flag asked for is found or the RIFF body ends; false when a format, cue,
   // sampler or label chunk is cut short, or the format has no usable channel configuration.
   // Odd chunks with or without their pad byte, data claiming more than the file holds (cut
-  // to the file) and a truncated chunk head (end of walk) are accepted.
+  // to the file) and a truncated chunk head (end of walk) are accepted. The walk never passes
+  // the end of a regular file; in anything else (a pipe, a device) it ends at once.
   bool ReadChunks(unsigned int flags) override;
   unsigned int ChunksRead() const override { return m_chunksFound; }
   const WaveFormatExtensible* GetFormat() const override { return &m_format; }
@@ -64,6 +80,8 @@ class QoWavFileReader : public QoAudioFileReader {
 
  private:
   bool ReadFormatChunk(uint32_t size);
+  // Takes a format record in the 44-byte layout, numbers in host order, as the reader's format.
+  bool TakeFormatRecord(WAVEFORMATEXTENSIBLE& record);
   bool ReadSamplerChunk(uint32_t size);
   bool ReadCueChunk(uint32_t size);
   bool ReadListChunk(uint32_t size);
@@ -90,4 +108,6 @@ class QoWavFileReader : public QoAudioFileReader {
   bool m_byteSwapped;
   unsigned char* m_readBuffer;
   unsigned int m_readBufferCapacity;
+  bool m_standardLayout;
+  QoWaveFormatFacts m_storedFormat;
 };

@@ -20,7 +20,8 @@ class QoCueChunk : public QoFormatChunkBase {
   QoCueChunk();
 
   // Loads the cue records that lie inside the chunk body (a count larger than the body holds
-  // reads only those); valid when the count is not 0, else the size is 0.
+  // reads only those); valid when the count is not 0, else the size is 0. A count that does not
+  // match the size is reported as QO::k_droppedCueRecords by GetDroppedOnLoad.
   bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
   void Reset() override;
   unsigned int GetChunkID() override;
@@ -59,7 +60,8 @@ class QoListChunk : public QoFormatChunkBase {
 
   // Loads the labels of the first "LIST" of type "adtl"; other sub-chunks are dropped. The walk
   // ends at a sub-chunk that runs past the list or past the end of the file, keeping the labels
-  // before it. Valid when at least one label was read, else the size is 0.
+  // before it. Valid when at least one label was read, else the size is 0. Anything dropped is
+  // reported as QO::k_droppedListSubChunks by GetDroppedOnLoad.
   bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
   // Also frees every label.
   void Reset() override;
@@ -89,7 +91,9 @@ class QoSmplChunk : public QoFormatChunkBase {
  public:
   QoSmplChunk();
 
-  // Valid only when the sampler chunk has at least one loop; the first is kept (size 60).
+  // Valid only when the sampler chunk has at least one loop; the first is kept (size 60). Further
+  // loops and sampler-specific data are reported by GetDroppedOnLoad (QO::k_droppedSamplerLoops,
+  // QO::k_droppedSamplerData).
   bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
   void Reset() override;
   unsigned int GetChunkID() override;

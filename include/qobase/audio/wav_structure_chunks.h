@@ -16,7 +16,8 @@ class QoRiffChunk : public QoFormatChunkBase {
  public:
   QoRiffChunk();
 
-  // Finds the container head at offset 0 and reads its form type; false for any other file.
+  // Reads the container head at offset 0 and its form type; false for any other file, and for
+  // a stream that is no regular file.
   bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
   // Always 12: the head and the form type.
   unsigned int GetFileChunkSize() const override;
@@ -36,15 +37,25 @@ class QoRiffChunk : public QoFormatChunkBase {
   uint32_t m_formType;
 };
 
-// The format, held in the 24-byte compact form whatever form the file had.
+// The format, held in the 24-byte compact form whatever form the file had; the chunk as the file
+// stores it can be written back unchanged (WriteToFileAsStored).
 class QoFmtChunk : public QoFormatChunkBase {
  public:
   QoFmtChunk();
+
+  // Opt-in, off by default, kept by Reset: Init reads a body of 40 bytes or more with tag 0xFFFE
+  // and a sub-format QO::IsKnownSubFormat accepts by the published extensible layout (channel
+  // mask at body offset 20, sub-format at 24), so the channel configuration comes from the mask
+  // the file names. Other bodies are read the default way.
+  void SetStandardExtensibleLayout(bool on) { m_standardLayout = on; }
+  bool GetStandardExtensibleLayout() const { return m_standardLayout; }
 
   // Reads a format body of 16 bytes or more: the compact 24-byte form, or a PCM, float or
   // extensible record whose channel layout becomes a packed channel configuration. False for a
   // shorter or truncated body or a format without channels.
   bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
+  // Also forgets the stored facts (not the opt-in).
+  void Reset() override;
   unsigned int GetChunkID() override;
   // "fmt " of size 24 holding the compact form (swapped when `swap`). A chunk result code.
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
@@ -63,9 +74,24 @@ class QoFmtChunk : public QoFormatChunkBase {
   // its channel count was assumed.
   bool HasUnspecifiedChannelMask() const;
 
+  // The chunk exactly as the source file stores it: head, body of the stored size (every byte,
+  // whatever the layout) and a 0 pad byte after an odd body, whatever SetFormatInfo stored. For
+  // a caller that keeps the format. A chunk result code: 1 when not valid, when `swap` does not
+  // match the source's byte order (stored bytes cannot be reordered), or when the source no
+  // longer gives the whole body; 2 when a write fails because the device is full.
+  virtual unsigned int WriteToFileAsStored(const zu::File& out, bool swap);
+  // The format chunk as the file stores it; filled once its body is read (even when Init then
+  // refuses it), all zero (bodySize 0) otherwise.
+  const QoWaveFormatFacts& GetStoredFormat() const { return m_storedFormat; }
+
  private:
+  // Takes a record in the 44-byte layout, numbers in host order, as the format.
+  bool TakeFormatRecord(WAVEFORMATEXTENSIBLE& record);
+
   WaveFormatExtensible m_format;
   bool m_unspecifiedChannelMask;
+  bool m_standardLayout;
+  QoWaveFormatFacts m_storedFormat;
 };
 
 // The samples. They stay in the source file and are copied when the chunk is written.

@@ -69,6 +69,18 @@ struct WAVEFORMATEXTENSIBLE {
   QO::SonvoAuthoringAPI::QoGuid SubFormat;
 };
 
+// The published 40-byte extensible format body (tag 0xFFFE, cbSize 22 or more): the basic record,
+// then valid bits, channel mask and sub-format packed straight after cbSize. Readers take it
+// only when asked to (the default reads copy any body over WAVEFORMATEXTENSIBLE).
+#pragma pack(push, 1)
+struct StandardWaveFormatExtensible {
+  tWAVEFORMATEX Format;
+  uint16_t wValidBitsPerSample;
+  uint32_t dwChannelMask;
+  QO::SonvoAuthoringAPI::QoGuid SubFormat;
+};
+#pragma pack(pop)
+
 // The 24-byte compact format the readers hand out and the chunk editor stores: the basic
 // fields, cbSize (always 4), two bytes carried through unchanged, and a packed QoChannelConfig.
 // A "fmt " body of exactly 24 bytes with tag 0xFFFE holds this form.
@@ -153,6 +165,11 @@ static_assert(sizeof(WAVEFORMATEXTENSIBLE) == 44 &&
                   offsetof(WAVEFORMATEXTENSIBLE, dwChannelMask) == 24 &&
                   offsetof(WAVEFORMATEXTENSIBLE, SubFormat) == 28,
               "WAVEFORMATEXTENSIBLE layout");
+static_assert(sizeof(StandardWaveFormatExtensible) == 40 &&
+                  offsetof(StandardWaveFormatExtensible, wValidBitsPerSample) == 18 &&
+                  offsetof(StandardWaveFormatExtensible, dwChannelMask) == 20 &&
+                  offsetof(StandardWaveFormatExtensible, SubFormat) == 24,
+              "StandardWaveFormatExtensible layout");
 static_assert(sizeof(WaveFormatExtensible) == 24 &&
                   QO::internal::HasWaveFormatHead<WaveFormatExtensible>() &&
                   offsetof(WaveFormatExtensible, wReserved) == 18 &&
@@ -229,3 +246,32 @@ QoChannelConfig SetChannelConfigFromWAVEFORMATEXTENSIBLE(const WAVEFORMATEXTENSI
 extern const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_pcm;
 extern const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_ieee_float;
 extern const QO::SonvoAuthoringAPI::QoGuid s_ambisonic;
+// The published A-law and mu-law sub-formats (format tags 6 and 7 as GUIDs).
+extern const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_alaw;
+extern const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_mulaw;
+
+// The format chunk as the file stores it, before any conversion to the compact form, so a caller
+// can name the format exactly and refuse what it cannot keep. Numbers are in host order.
+struct QoWaveFormatFacts {
+  uint32_t bodySize;        // "fmt " body size as stored; 0 when no format chunk was read
+  uint16_t formatTag;       // as stored: 1 PCM, 3 IEEE float, 6 A-law, 7 mu-law, 0xFFFE, others
+  uint16_t numChannels;     // as stored
+  uint32_t sampleRate;      // as stored
+  uint16_t blockAlign;      // as stored
+  uint16_t bitsPerSample;   // as stored (the container width in an extensible format)
+  // True when the body has the published extensible fields: tag 0xFFFE and 40 bytes or more.
+  // The next three fields are stored values only then, else 0 and the null GUID.
+  bool hasExtensibleFields;
+  uint16_t validBitsPerSample;  // body offset 18
+  uint32_t channelMask;         // body offset 20, the speaker bits as stored
+  QO::SonvoAuthoringAPI::QoGuid subFormat;  // body offset 24
+  // The format was read by the published extensible layout (the opt-in was on and the
+  // sub-format is one the library knows); false when it went the default way.
+  bool standardLayoutUsed;
+};
+
+namespace QO {
+// The sub-formats whose published extensible layout the readers can take when asked to:
+// integer PCM, IEEE float, A-law, mu-law and the ambisonic B-format.
+bool IsKnownSubFormat(const SonvoAuthoringAPI::QoGuid& subFormat);
+}  // namespace QO

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qobase/files/directory_operations.h>
+#include <qobase/files/directory_watcher.h>
 #include <qobase/files/file.h>
 #include <qobase/files/file_extensions.h>
 #include <qobase/files/file_help.h>

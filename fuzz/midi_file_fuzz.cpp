@@ -1,0 +1,66 @@
+// The MIDI file front over a fuzzed file: open, validate, information, the event list and the
+// converted stream written to another file, as a caller uses it. Beyond the sanitizers it checks
+// that the front agrees with the parser run straight over the same bytes: the same validation
+// result, the same number of events, and the same converted bytes on disk.
+#include <qobase/midi/midi_file.h>
+#include <qobase/midi/midi_parse_at.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "fuzz_scratch.h"
+
+namespace {
+
+std::vector<unsigned char> ReadAll(const std::string& path) {
+  std::vector<unsigned char> bytes;
+  if (FILE* file = std::fopen(path.c_str(), "rb")) {
+    unsigned char block[4096];
+    size_t got;
+    while ((got = std::fread(block, 1, sizeof(block), file)) > 0) {
+      bytes.insert(bytes.end(), block, block + got);
+    }
+    std::fclose(file);
+  }
+  return bytes;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const qofuzz::ScratchFolder& scratch = qofuzz::ScratchFolder::Get();
+  const std::string input = scratch.File("input.mid");
+  const std::string output = scratch.File("output.bin");
+  qofuzz::ScratchFolder::Write(input, data, size);
+  std::remove(output.c_str());
+
+  // The parser straight over the bytes, as the reference.
+  std::vector<unsigned char> bytes(data, data + size);
+  QoMidiParseAt parser;
+  parser.SetBuffer(bytes.data(), static_cast<unsigned int>(bytes.size()));
+  const unsigned int parserResult = parser.Validate();
+  std::vector<unsigned char> converted(2 * size + 1024);
+  unsigned int convertedSize = static_cast<unsigned int>(converted.size());
+  const bool parserConverted = parserResult == 0 && parser.Convert(converted.data(), convertedSize);
+  if (parserConverted && convertedSize > converted.size()) std::abort();
+
+  QoMidiFile midi;
+  if (midi.Open(zu::Path(input.c_str())) != 1) std::abort();
+  const unsigned int valid = midi.Validate();
+  if ((valid == 1) != parserConverted) std::abort();
+  if (valid != 1) return 0;
+  QoMidiInfo info{};
+  if (!midi.GetMidiInfo(info) || !info.valid) std::abort();
+  std::vector<QoMidiFile::QoMidiFileEvent> events;
+  if (midi.GetEvents(events) != 1 || events.size() > info.numEvents + 1) std::abort();
+  if (midi.Convert(zu::Path(output.c_str())) != 1) std::abort();
+  const std::vector<unsigned char> written = ReadAll(output);
+  if (written != std::vector<unsigned char>(converted.begin(), converted.begin() + convertedSize)) {
+    std::abort();
+  }
+  return 0;
+}

@@ -1,0 +1,198 @@
+// Outputs are never written over an input, a device or a special file, and a failed write never
+// leaves a partial file or damages an existing one: the rules every writing command shares,
+// checked through `midi --convert` and `addmarkers`.
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <algorithm>
+
+#include "program_runner.h"
+#include "support/midi_builder.h"
+#include "support/temp_dir.h"
+#include "support/wav_edit_fixtures.h"
+
+using qotest::RunQobase;
+
+namespace {
+
+// The names in `dir`, so a test can see that no temporary file was left behind.
+std::vector<std::string> Names(const std::string& dir) {
+  std::vector<std::string> names;
+  if (DIR* handle = opendir(dir.c_str())) {
+    while (dirent* entry = readdir(handle)) {
+      const std::string name = entry->d_name;
+      if (name != "." && name != "..") names.push_back(name);
+    }
+    closedir(handle);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string SmallMidi() {
+  return qotest::MidiFileBytes(0, 96, {"0 90 3C 64, 96 80 3C 00, 0 FF 2F 00"});
+}
+
+std::string SmallWave(unsigned int frames) {
+  return qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 16)) +
+                      qotest::Chunk("data", qotest::Pcm16Samples(frames)));
+}
+
+// The two writing commands, reading `in` and writing `out`.
+std::vector<std::vector<std::string>> Writers(const std::string& midi, const std::string& wav,
+                                              const std::string& out) {
+  return {{"midi", midi, "--convert", out}, {"addmarkers", wav, out, "10:mark"}};
+}
+
+}  // namespace
+
+TEST(QobaseOutputs, AnOutputThatNamesAnInputIsRefused) {
+  qotest::TempDir dir;
+  const std::string midi = dir.File("in.mid"), wav = dir.File("in.wav");
+  ASSERT_TRUE(qotest::WriteFileBytes(midi, SmallMidi()));
+  ASSERT_TRUE(qotest::WriteFileBytes(wav, SmallWave(100)));
+  ASSERT_EQ(symlink("in.mid", dir.File("midi-link").c_str()), 0);
+  ASSERT_EQ(symlink("in.wav", dir.File("wav-link").c_str()), 0);
+  ASSERT_EQ(link(midi.c_str(), dir.File("midi-hard").c_str()), 0);
+  ASSERT_EQ(link(wav.c_str(), dir.File("wav-hard").c_str()), 0);
+  const std::vector<std::string> before = Names(dir.Path());
+
+  const struct {
+    std::string midiOut, wavOut;
+  } spellings[] = {
+      {midi, wav},                                          // the same text
+      {dir.Path() + "/./in.mid", dir.Path() + "//in.wav"},  // another spelling
+      {dir.File("midi-link"), dir.File("wav-link")},        // a symbolic link to it
+      {dir.File("midi-hard"), dir.File("wav-hard")},        // a hard link to it
+  };
+  for (const auto& spelling : spellings) {
+    SCOPED_TRACE(spelling.midiOut);
+    const auto writers = Writers(midi, wav, spelling.midiOut);
+    for (size_t i = 0; i < writers.size(); ++i) {
+      std::vector<std::string> args = writers[i];
+      const std::string out = i == 0 ? spelling.midiOut : spelling.wavOut;
+      (i == 0 ? args[3] : args[2]) = out;
+      const qotest::RunResult run = RunQobase(args);
+      EXPECT_EQ(run.exitCode, 1);
+      EXPECT_EQ(run.err, "qobase: " + out +
+                             ": is an input of this command; write the result to another file\n");
+      EXPECT_EQ(run.out, "");
+    }
+  }
+  // A run from inside the folder, naming the input by its bare name.
+  qotest::RunOptions inside;
+  inside.workingDir = dir.Path();
+  EXPECT_EQ(RunQobase({"midi", "in.mid", "--convert", "./in.mid"}, inside).exitCode, 1);
+  EXPECT_EQ(qotest::ReadFileBytes(midi), SmallMidi());
+  EXPECT_EQ(qotest::ReadFileBytes(wav), SmallWave(100));
+  EXPECT_EQ(Names(dir.Path()), before);
+}
+
+TEST(QobaseOutputs, DevicesSpecialFilesAndMissingFoldersAreRefused) {
+  qotest::TempDir dir;
+  const std::string midi = dir.File("in.mid"), wav = dir.File("in.wav");
+  ASSERT_TRUE(qotest::WriteFileBytes(midi, SmallMidi()));
+  ASSERT_TRUE(qotest::WriteFileBytes(wav, SmallWave(100)));
+  ASSERT_EQ(mkfifo(dir.File("fifo").c_str(), 0600), 0);
+  ASSERT_EQ(mkdir(dir.File("folder").c_str(), 0700), 0);
+  const std::string notRegular = ": exists and is not a regular file; it is never replaced\n";
+  const struct {
+    std::string out, message;
+  } cases[] = {
+      {"/dev/full", notRegular},
+      {"/dev/null", notRegular},
+      {dir.File("fifo"), notRegular},
+      {dir.File("folder"), ": is a directory, not a file\n"},
+      {"/proc/version", ": cannot create a temporary file in /proc: "},
+      {dir.File("no/such/folder.out"), ": its folder does not exist\n"},
+  };
+  for (const auto& c : cases) {
+    for (const auto& args : Writers(midi, wav, c.out)) {
+      SCOPED_TRACE(args.front() + " " + c.out);
+      const qotest::RunResult run = RunQobase(args);
+      EXPECT_EQ(run.exitCode, 1);
+      EXPECT_EQ(run.err.rfind("qobase: " + c.out + c.message, 0), 0u) << run.err;
+      EXPECT_EQ(run.out, "");
+    }
+  }
+  EXPECT_EQ(Names(dir.Path()), (std::vector<std::string>{"fifo", "folder", "in.mid", "in.wav"}));
+}
+
+// A full disk, played by a file size limit: exit 1, no partial or temporary file, and an
+// existing output left exactly as it was.
+TEST(QobaseOutputs, AFailedWriteLeavesNothingBehind) {
+  qotest::TempDir dir;
+  const std::string midi = dir.File("in.mid"), wav = dir.File("in.wav");
+  ASSERT_TRUE(qotest::WriteFileBytes(midi, qotest::MidiFileBytes(0, 96, {[] {
+                                                                   std::string track;
+                                                                   for (int i = 0; i < 2000; ++i)
+                                                                     track += "1 90 3C 64, ";
+                                                                   return track + "0 FF 2F 00";
+                                                                 }()})));
+  ASSERT_TRUE(qotest::WriteFileBytes(wav, SmallWave(20000)));
+  for (const bool existing : {false, true}) {
+    for (const auto& args : Writers(midi, wav, dir.File("out.bin"))) {
+      SCOPED_TRACE(args.front() + (existing ? " over an existing file" : " to a new file"));
+      if (existing) {
+        ASSERT_TRUE(qotest::WriteFileBytes(dir.File("out.bin"), "the user's file"));
+        ASSERT_EQ(chmod(dir.File("out.bin").c_str(), 0640), 0);
+      }
+      qotest::RunOptions options;
+      options.fileSizeLimit = 4096;
+      const qotest::RunResult run = RunQobase(args, options);
+      EXPECT_EQ(run.exitCode, 1);
+      EXPECT_EQ(run.err,
+                "qobase: " + dir.File("out.bin") + ": cannot write the file: File too large\n");
+      EXPECT_EQ(run.out, "");
+      EXPECT_EQ(Names(dir.Path()), existing
+                                       ? (std::vector<std::string>{"in.mid", "in.wav", "out.bin"})
+                                       : (std::vector<std::string>{"in.mid", "in.wav"}));
+      if (existing) {
+        EXPECT_EQ(qotest::ReadFileBytes(dir.File("out.bin")), "the user's file");
+        // A successful run replaces it and keeps its permission bits.
+        const qotest::RunResult replaced = RunQobase(args);
+        EXPECT_EQ(replaced.exitCode, 0) << replaced.err;
+        struct stat info;
+        ASSERT_EQ(stat(dir.File("out.bin").c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, 0640u);
+        EXPECT_NE(qotest::ReadFileBytes(dir.File("out.bin")), "the user's file");
+        ASSERT_EQ(unlink(dir.File("out.bin").c_str()), 0);
+      }
+    }
+  }
+  EXPECT_EQ(qotest::ReadFileBytes(wav), SmallWave(20000));
+}
+
+// Inputs that are not regular files are refused at once: /dev/zero used to be read forever.
+TEST(QobaseOutputs, InputsThatAreNotRegularFilesAreRefused) {
+  qotest::TempDir dir;
+  const std::string notRegular =
+      ": not a regular file (a device, FIFO or socket cannot be read as one)\n";
+  const std::string out = dir.File("out");
+  const struct {
+    std::vector<std::string> args;
+    std::string what, message;
+  } cases[] = {
+      {{"addmarkers", "/dev/zero", out, "1"}, "/dev/zero", notRegular},
+      {{"wavinfo", "/dev/zero"}, "/dev/zero", notRegular},
+      {{"midi", "/dev/zero"}, "/dev/zero", notRegular},
+      {{"midi", "/dev/zero", "--convert", out}, "/dev/zero", notRegular},
+      {{"xml", "tojson", "/dev/zero"}, "/dev/zero", notRegular},
+      {{"xml", "validate", "/dev/zero", "/dev/zero"}, "/dev/zero", notRegular},
+      {{"base64", "decode", "/dev/zero"}, "/dev/zero", notRegular},
+      {{"wavinfo", dir.Path()}, dir.Path(), ": is a directory, not a file\n"},
+      {{"midi", dir.File("missing.mid")}, dir.File("missing.mid"), ": No such file or directory\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args.front());
+    qotest::RunOptions options;
+    options.timeLimitSeconds = 5;
+    const qotest::RunResult run = RunQobase(c.args, options);
+    EXPECT_FALSE(run.timedOut);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "qobase: " + c.what + c.message);
+  }
+  EXPECT_EQ(Names(dir.Path()), std::vector<std::string>{});
+}

@@ -1,0 +1,112 @@
+// qobase info FILE (also `wavinfo`): what a WAVE or CAF file holds.
+#include <qobase/audio/caf_reader.h>
+#include <qobase/audio/wav_file_reader.h>
+
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "audio_summary.h"
+#include "command.h"
+#include "input_file.h"
+#include "wave_format_text.h"
+
+namespace qobase_tool {
+namespace {
+
+// The first bytes of the file: the container is chosen by what the file is, not by its name.
+std::string Head(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::string head(64, '\0');
+  in.read(&head[0], static_cast<std::streamsize>(head.size()));
+  head.resize(static_cast<size_t>(in.gcount()));
+  return head;
+}
+
+void PrintPeak(QoAudioFileReader& reader, std::ostream& out) {
+  double peak = 0.0;
+  if (!MeasurePeak(reader, peak)) {
+    out << "   peak:      cannot be read\n";
+    return;
+  }
+  char text[64];
+  if (peak > 0.0) {
+    std::snprintf(text, sizeof text, "%.6f (%.2f dBFS)", peak, 20.0 * std::log10(peak));
+  } else {
+    std::snprintf(text, sizeof text, "0 (silence)");
+  }
+  out << "   peak:      " << text << "\n";
+}
+
+int InfoWav(const std::string& file) {
+  QoWavFileReader reader;
+  // Standard extensible files (sox, libsndfile and most software write them) are read by their
+  // published layout: the right mask, and integer samples as integers.
+  reader.SetStandardExtensibleLayout(true);
+  if (!reader.Open(zu::Path(file))) return Fail(file, "cannot be read or is not a WAVE file");
+  if (!reader.ReadChunks(QO::k_chunkFmt | QO::k_chunkData | QO::k_chunkSmpl | QO::k_chunkCue |
+                         QO::k_chunkLIST) ||
+      (reader.ChunksRead() & (QO::k_chunkFmt | QO::k_chunkData)) !=
+          (QO::k_chunkFmt | QO::k_chunkData)) {
+    return Fail(file, "missing or damaged format, data or marker chunk");
+  }
+  std::cout << file << "\n";
+  PrintWavSummary(reader, std::cout);
+  const QoWaveFormatFacts& facts = reader.GetStoredFormat();
+  if (HasFloatConversion(facts)) {
+    PrintPeak(reader, std::cout);
+  } else {
+    std::cout << "   peak:      not measured (" << FormatName(facts) << " " << SampleText(facts)
+              << " samples are not decoded)\n";
+  }
+  return k_exitSuccess;
+}
+
+int InfoCaf(const std::string& file, const std::string& head) {
+  QoCAFFileReader reader;
+  if (!reader.Open(file.c_str()) || !reader.ReadChunks(QO::k_chunkFmt | QO::k_chunkData)) {
+    return Fail(file, "not a CAF file of linear PCM samples that can be read");
+  }
+  // The description chunk comes first: format flags at body offset 12, bit 0 for float.
+  const bool isFloat = head.size() >= 36 && head.compare(8, 4, "desc") == 0 &&
+                       (static_cast<unsigned char>(head[35]) & 1) != 0;
+  std::cout << file << "\n";
+  PrintCafSummary(reader, isFloat, std::cout);
+  PrintPeak(reader, std::cout);
+  return k_exitSuccess;
+}
+
+int RunInfo(const std::string& file) {
+  std::string reason;
+  if (!CheckInputFile(file, reason)) return Fail(file, reason);
+  const std::string head = Head(file);
+  if (head.compare(0, 4, "caff") == 0) return InfoCaf(file, head);
+  if (head.size() >= 12 && (head.compare(0, 4, "RIFF") == 0 || head.compare(0, 4, "RIFX") == 0) &&
+      head.compare(8, 4, "WAVE") == 0) {
+    return InfoWav(file);
+  }
+  return Fail(file, "not a WAVE (RIFF/RIFX) or CAF file");
+}
+
+void AddInfo(CLI::App& parent) {
+  CLI::App& command = *parent.add_subcommand(
+      "info", "show the format, length, loop and markers of a WAVE or CAF file");
+  command.alias("wavinfo");
+  command.footer(
+      "Reads a RIFF (little-endian) or RIFX (big-endian) WAVE file, or a CAF file of linear\n"
+      "PCM, and prints its format (PCM, IEEE float, A-law, mu-law, or extensible with its\n"
+      "sub-format, and the bits), the channels with their speakers and mask, the number of\n"
+      "frames, the peak sample value, the loop points and the markers with their labels.\n"
+      "`qobase wavinfo` is the same command.\n"
+      "Exit code 0 on success, 1 when the file cannot be read as WAVE or CAF, 2 on bad usage.");
+  auto file = std::make_shared<std::string>();
+  command.add_option("FILE", *file, "the audio file")->required();
+  SetRunner(command, "qobase info FILE", [file] { return RunInfo(*file); });
+}
+
+const CommandRegistration s_info("info", AddInfo);
+
+}  // namespace
+}  // namespace qobase_tool

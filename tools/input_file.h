@@ -1,0 +1,14 @@
+// The check every command makes on a file it reads: it must be a regular file (through any
+// symbolic links), so a device such as /dev/zero, a FIFO or a directory is refused at once
+// instead of being read forever or failing later with a confusing message.
+#pragma once
+
+#include <string>
+
+namespace qobase_tool {
+
+// True when `path` names an existing regular file; otherwise false with a reason such as
+// "No such file or directory" or "not a regular file".
+bool CheckInputFile(const std::string& path, std::string& reason);
+
+}  // namespace qobase_tool

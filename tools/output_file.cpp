@@ -1,0 +1,201 @@
+#include "output_file.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+namespace qobase_tool {
+namespace {
+
+// The temporary file being written, for the signal handler: a fixed buffer, because a handler
+// may only call async-signal-safe functions (unlink, signal, raise).
+char s_pendingTemporary[PATH_MAX + 1];
+volatile sig_atomic_t s_pending = 0;
+
+void RemovePendingAndDie(int signalNumber) {
+  if (s_pending) unlink(s_pendingTemporary);
+  std::signal(signalNumber, SIG_DFL);
+  std::raise(signalNumber);
+}
+
+void TrackPending(const std::string& path) {
+  static bool s_handlersInstalled = false;
+  if (!s_handlersInstalled) {
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+      // A signal the caller ignores (nohup, a background job) stays ignored.
+      struct sigaction current;
+      if (sigaction(signalNumber, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
+        continue;
+      }
+      std::signal(signalNumber, RemovePendingAndDie);
+    }
+    s_handlersInstalled = true;
+  }
+  s_pending = 0;
+  std::strncpy(s_pendingTemporary, path.c_str(), PATH_MAX);
+  s_pendingTemporary[PATH_MAX] = '\0';
+  s_pending = 1;
+}
+
+void UntrackPending() { s_pending = 0; }
+
+std::string FolderOf(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string NameOf(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+bool SameInode(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+unsigned int NewFileMode() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return 0666u & ~static_cast<unsigned int>(mask);
+}
+
+}  // namespace
+
+std::string ResolvePath(const std::string& path) {
+  if (path.empty()) return "";
+  char resolved[PATH_MAX];
+  if (realpath(path.c_str(), resolved)) return resolved;
+  const std::string name = NameOf(path);
+  if (name.empty() || name == "." || name == "..") return "";
+  if (!realpath(FolderOf(path).c_str(), resolved)) return "";
+  const std::string folder = resolved;
+  return folder == "/" ? "/" + name : folder + "/" + name;
+}
+
+OutputFile::~OutputFile() { Discard(); }
+
+bool OutputFile::Create(const std::string& path, const std::vector<std::string>& inputs,
+                        std::string& reason) {
+  Discard();
+  if (path.empty()) {
+    reason = "the output file name is empty";
+    return false;
+  }
+  struct stat existing, link;
+  const bool exists = stat(path.c_str(), &existing) == 0;
+  if (!exists && lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+    reason = "is a symbolic link to a missing file; name the file itself";
+    return false;
+  }
+  if (exists && !S_ISREG(existing.st_mode)) {
+    reason = S_ISDIR(existing.st_mode) ? "is a directory, not a file"
+                                       : "exists and is not a regular file; it is never replaced";
+    return false;
+  }
+  const std::string resolved = ResolvePath(path);
+  if (resolved.empty()) {
+    reason = "its folder does not exist";
+    return false;
+  }
+  for (const std::string& input : inputs) {
+    struct stat inputInfo;
+    const bool sameFile =
+        exists && stat(input.c_str(), &inputInfo) == 0 && SameInode(existing, inputInfo);
+    if (input == path || sameFile || ResolvePath(input) == resolved) {
+      reason = "is an input of this command; write the result to another file";
+      return false;
+    }
+  }
+
+  // A link keeps pointing at the file: the result replaces the file the link names.
+  m_target = resolved;
+  const std::string folder = FolderOf(m_target);
+  struct stat folderInfo;
+  if (stat(folder.c_str(), &folderInfo) != 0 || !S_ISDIR(folderInfo.st_mode)) {
+    reason = "its folder does not exist";
+    return false;
+  }
+  std::string pattern = folder + (folder == "/" ? "" : "/") + "." + NameOf(m_target) + ".XXXXXX";
+  // mkstemp creates the file with O_CREAT | O_EXCL: it never opens a file someone else made.
+  const int descriptor = mkostemp(&pattern[0], O_CLOEXEC);
+  if (descriptor < 0) {
+    reason = "cannot create a temporary file in " + folder + ": " + std::strerror(errno);
+    return false;
+  }
+  m_temporary = pattern;
+  TrackPending(m_temporary);
+  m_stream = fdopen(descriptor, "w+b");
+  if (!m_stream) {
+    reason = std::strerror(errno);
+    close(descriptor);
+    Discard();
+    return false;
+  }
+  m_mode = exists ? static_cast<unsigned int>(existing.st_mode & 07777) : NewFileMode();
+  m_writeError = 0;
+  return true;
+}
+
+bool OutputFile::Write(const void* data, size_t size) {
+  if (!m_stream) return false;
+  if (size != 0 && std::fwrite(data, 1, size, m_stream) != size) {
+    if (m_writeError == 0) m_writeError = errno != 0 ? errno : EIO;
+    return false;
+  }
+  return m_writeError == 0;
+}
+
+bool OutputFile::Commit(std::string& reason) {
+  if (!m_stream) {
+    reason = "no output file is open";
+    return false;
+  }
+  errno = 0;
+  int error = m_writeError;
+  if (error == 0 && (std::fflush(m_stream) != 0 || std::ferror(m_stream))) {
+    error = errno != 0 ? errno : EIO;
+  }
+  const int descriptor = fileno(m_stream);
+  if (error == 0 && fchmod(descriptor, static_cast<mode_t>(m_mode)) != 0) error = errno;
+  if (error == 0 && fsync(descriptor) != 0) error = errno;
+  FILE* stream = m_stream;
+  m_stream = nullptr;
+  if (std::fclose(stream) != 0 && error == 0) error = errno;
+  if (error == 0 && rename(m_temporary.c_str(), m_target.c_str()) != 0) error = errno;
+  if (error != 0) {
+    reason = std::string("cannot write the file: ") + std::strerror(error);
+    Discard();
+    return false;
+  }
+  UntrackPending();
+  m_temporary.clear();
+  // The rename itself is durable once the folder is synced; a folder that cannot be opened
+  // for that (rare) leaves the result in place all the same.
+  const int folder = open(FolderOf(m_target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder >= 0) {
+    fsync(folder);
+    close(folder);
+  }
+  return true;
+}
+
+void OutputFile::Discard() {
+  if (m_stream) {
+    std::fclose(m_stream);
+    m_stream = nullptr;
+  }
+  if (!m_temporary.empty()) {
+    unlink(m_temporary.c_str());
+    m_temporary.clear();
+  }
+  UntrackPending();
+}
+
+}  // namespace qobase_tool

@@ -1,0 +1,58 @@
+// OutputFile: how every command writes a file. The result goes to a temporary file created
+// exclusively beside its target, is flushed and synced, and only then renamed into place, so a
+// full disk, a failed write or an interruption (SIGINT, SIGTERM, SIGHUP) never leaves a partial
+// file and never touches an existing one. A target that names one of the command's inputs (by
+// spelling, by resolved path, or through a symbolic or hard link) or that exists but is not a
+// regular file (a device, a FIFO, a directory) is refused before anything is created.
+//
+//   OutputFile out;
+//   std::string reason;
+//   if (!out.Create(path, {input}, reason) || !out.Write(bytes, size) || !out.Commit(reason))
+//     return Fail(path, reason);
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace qobase_tool {
+
+class OutputFile {
+ public:
+  OutputFile() = default;
+  // Removes the temporary file unless Commit succeeded.
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  // Checks `path` against `inputs` and creates the temporary file. False, with a reason
+  // suitable for "qobase: PATH: REASON", when the output is refused or cannot be created.
+  bool Create(const std::string& path, const std::vector<std::string>& inputs, std::string& reason);
+
+  // The temporary file, open for reading and writing; null before Create.
+  FILE* Stream() const { return m_stream; }
+
+  // Writes all bytes; false (and remembered, so Commit fails) when a write fails.
+  bool Write(const void* data, size_t size);
+
+  // Flushes, syncs and closes the temporary file, gives it the permission bits of the file it
+  // replaces (or those a new file gets), and renames it over the target. False with a reason
+  // when any step fails; the temporary file is then removed and the target left as it was.
+  bool Commit(std::string& reason);
+
+ private:
+  void Discard();
+
+  FILE* m_stream = nullptr;
+  std::string m_target;     // the file to replace (a symbolic link's target, resolved)
+  std::string m_temporary;  // the temporary file beside it
+  unsigned int m_mode = 0;  // permission bits for the result
+  int m_writeError = 0;     // errno of the first failed write
+};
+
+// The canonical path of `path`: resolved with its links when it exists, otherwise its folder
+// resolved and its name appended. Empty when the folder cannot be resolved either.
+std::string ResolvePath(const std::string& path);
+
+}  // namespace qobase_tool
