@@ -22,6 +22,10 @@ done
 echo
 echo "### All ratios (ours / peer time, best of N interleaved; load: $(cut -d' ' -f1-3 /proc/loadavg))"
 grep '^row |' "$rows" | sed 's/^row | //' | column -t -s '|' || true
+if grep -v '^row |' "$rows" | grep -qi 'ratio'; then
+  echo "### Other ratios, as their programs print them"
+  grep -v '^row |' "$rows" | grep -i 'ratio' || true
+fi
 missed=$(grep -c '^row |.*bar <= [0-9.]* MISSED' "$rows" || true)
 bars=$(grep -c '^row |.*bar <= ' "$rows" || true)
 echo "### $((bars - missed)) of $bars bars met"
