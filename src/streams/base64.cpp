@@ -93,13 +93,22 @@ constexpr size_t k_decodeSliceChars = 65536;
 // four characters started, and 4 spare bytes for the wide stores.
 size_t DecodeRoom(size_t limit) { return (limit + 3) / 4 * 3 + 4; }
 
-// Reserves room for `size` elements; storage allocated for the purpose is advised as a block
-// about to be written through.
+// Reserves room for `size` elements. The old content is dropped first when the storage must be
+// replaced (it is about to be overwritten anyway), and storage allocated for the purpose is
+// advised as a block about to be written through.
 template <typename Byte>
 void ReserveFresh(std::vector<Byte>& output, size_t size) {
   if (output.capacity() >= size) return;
+  output.clear();
   output.reserve(size);
   zu::platform::AdviseFreshLargeBlock(output.data(), output.capacity());
+}
+
+// Makes `output` hold at least `size` elements; the ones it holds already are kept as they are,
+// to be overwritten without a fill.
+template <typename Byte>
+void GrowTo(std::vector<Byte>& output, size_t size) {
+  if (output.size() < size) output.resize(size);
 }
 
 // A decoding in progress: the characters of [in, in + end) (trailing white space dropped), the
@@ -197,8 +206,10 @@ unsigned char* FinishDecoding(Decoder& d, unsigned char* out) {
 
 template <typename Byte>
 void DecodeToVector(const char* text, size_t length, std::vector<Byte>& output) {
-  output.clear();
-  if (!text || length == 0) return;
+  if (!text || length == 0) {
+    output.clear();
+    return;
+  }
   Decoder d;
   d.in = reinterpret_cast<const unsigned char*>(text);
   // The last group is the one holding the last character that is not white space.
@@ -208,7 +219,7 @@ void DecodeToVector(const char* text, size_t length, std::vector<Byte>& output) 
   size_t produced = 0;
   while (d.next < d.end && !d.finished) {
     const size_t limit = d.end - d.next > k_decodeSliceChars ? d.next + k_decodeSliceChars : d.end;
-    output.resize(DecodeRoom(limit));
+    GrowTo(output, DecodeRoom(limit));
     auto* const start = reinterpret_cast<unsigned char*>(output.data());
     const unsigned char* const out = DecodeUpTo(d, limit, start + produced);
     if (!out) {
@@ -217,7 +228,7 @@ void DecodeToVector(const char* text, size_t length, std::vector<Byte>& output) 
     }
     produced = static_cast<size_t>(out - start);
   }
-  if (output.empty()) output.resize(DecodeRoom(0));  // white space only
+  GrowTo(output, DecodeRoom(0));  // for white space only
   auto* const start = reinterpret_cast<unsigned char*>(output.data());
   produced = static_cast<size_t>(FinishDecoding(d, start + produced) - start);
   output[produced] = 0;  // stays in the storage after the resize: the data reads as a C string
@@ -280,15 +291,17 @@ const unsigned char QoBase64::szTable[256] = {
 };
 
 void QoBase64::Encode(const void* bytes, size_t length, std::vector<char>& output) {
-  output.clear();
-  if (!bytes || length == 0) return;
+  if (!bytes || length == 0) {
+    output.clear();
+    return;
+  }
   const size_t textLength = (length + 2) / 3 * 4;
   ReserveFresh(output, textLength + 4);
   const auto* in = static_cast<const unsigned char*>(bytes);
   const size_t groups = length / 3;
   for (size_t done = 0; done < groups;) {
     const size_t slice = std::min(groups - done, k_encodeSliceGroups);
-    output.resize(4 * (done + slice));
+    GrowTo(output, 4 * (done + slice));
     EncodeGroups(in + 3 * done, slice, length - 3 * done,
                  reinterpret_cast<unsigned char*>(output.data()) + 4 * done);
     done += slice;
@@ -298,13 +311,17 @@ void QoBase64::Encode(const void* bytes, size_t length, std::vector<char>& outpu
     in += 3 * groups;
     const uint32_t group =
         (static_cast<uint32_t>(in[0]) << 16) | (rest == 2 ? static_cast<uint32_t>(in[1]) << 8 : 0u);
-    const char last[4] = {k_alphabet[group >> 18], k_alphabet[(group >> 12) & 0x3F],
-                          rest == 2 ? k_alphabet[(group >> 6) & 0x3F] : '=', '='};
-    output.insert(output.end(), last, last + 4);
+    GrowTo(output, textLength);
+    char* last = output.data() + 4 * groups;
+    last[0] = k_alphabet[group >> 18];
+    last[1] = k_alphabet[(group >> 12) & 0x3F];
+    last[2] = rest == 2 ? k_alphabet[(group >> 6) & 0x3F] : '=';
+    last[3] = '=';
   }
   // A zero byte after the text, left in the storage: the data reads as a C string.
-  output.push_back('\0');
-  output.pop_back();
+  GrowTo(output, textLength + 1);
+  output[textLength] = '\0';
+  output.resize(textLength);
 }
 
 void QoBase64::Decode(const char* text, size_t length, std::vector<unsigned char>& output) {

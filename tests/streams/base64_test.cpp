@@ -87,6 +87,17 @@ TEST(Base64RoundTrip, LongBuffersAreMadeSliceBySliceWithTheSameBytes) {
     QoBase64::Decode(text.data(), text.size(), decoded);
     ASSERT_EQ(decoded, Bytes(data)) << length;
     ASSERT_EQ(Decoded(text), Bytes(data)) << length;
+    // Outputs that hold a little stale content and have room for all of it.
+    std::vector<char> partText(100, 'q');
+    partText.reserve(2 * text.size());
+    QoBase64::Encode(data.data(), data.size(), partText);
+    ASSERT_EQ(std::string(partText.begin(), partText.end()), text) << length;
+    ASSERT_EQ(partText.data()[partText.size()], '\0') << length;
+    std::vector<unsigned char> partBytes(100, 0xEE);
+    partBytes.reserve(2 * data.size());
+    QoBase64::Decode(text.data(), text.size(), partBytes);
+    ASSERT_EQ(partBytes, Bytes(data)) << length;
+    ASSERT_EQ(partBytes.data()[partBytes.size()], 0) << length;
   }
 }
 
