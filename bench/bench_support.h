@@ -1,15 +1,24 @@
-// What every benchmark program shares: a scratch folder for the files it measures on, and a
-// reporter that keeps each benchmark's times so the program can print ours / peer ratios.
+// What every benchmark program shares: a scratch folder for the files it measures on, and an
+// interleaved comparison of our code against a peer that prints one row of the ratio table.
+//
+// A comparison runs the two sides in turn, the side going first alternating from round to
+// round, each run preceded by its own untimed preparation (removing the previous output,
+// writing dirty pages back), and keeps each side's best time. Rows are printed as
+//   row | WORK | ours 123.4 ms | peer 150.2 ms | ratio 0.822 | bar <= 1.00 met | goal <= 0.70
+//   missed
+// and scripts/run-benchmarks.sh collects them into one table at the end of `make bench`.
 #pragma once
 
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <boost/filesystem.hpp>
+#include <chrono>
 #include <cstdio>
-#include <map>
+#include <functional>
 #include <string>
-#include <vector>
 
 namespace qobench {
 
@@ -35,50 +44,85 @@ class ScratchDir {
   std::string m_path;
 };
 
-// Console output as usual, and the real and CPU time per iteration of every benchmark that ran
-// without error, by its full name ("BM_x/iterations:3/real_time") and by the part before the
-// first "/" ("BM_x").
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.error_occurred) continue;
-      const std::string name = run.benchmark_name();
-      for (const std::string& key : {name, name.substr(0, name.find('/'))}) {
-        m_realTimes[key] = run.GetAdjustedRealTime();
-        m_cpuTimes[key] = run.GetAdjustedCPUTime();
-      }
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
+// The number of rounds of a comparison: QOBENCH_ROUNDS when set (for quick trials), else
+// `fallback`.
+inline int Rounds(int fallback) {
+  const char* text = std::getenv("QOBENCH_ROUNDS");
+  const int rounds = text ? std::atoi(text) : 0;
+  return rounds > 0 ? rounds : fallback;
+}
 
-  // Times of a benchmark that ran, 0 for one that did not.
-  double RealTime(const std::string& name) const { return Find(m_realTimes, name); }
-  double CpuTime(const std::string& name) const { return Find(m_cpuTimes, name); }
-
-  // Prints ours / peer in real time and whether it meets the target; false when it does not or
-  // either was not measured.
-  bool PrintRatio(const char* what, const std::string& ours, const std::string& peer,
-                  double target) const {
-    const double a = RealTime(ours), b = RealTime(peer);
-    if (a <= 0 || b <= 0) {
-      std::printf("%s: not measured\n", what);
-      return false;
-    }
-    const double ratio = a / b;
-    std::printf("%s: ratio %.3f (target <= %.2f) %s\n", what, ratio, target,
-                ratio <= target ? "met" : "MISSED");
-    return ratio <= target;
-  }
-
- private:
-  static double Find(const std::map<std::string, double>& times, const std::string& name) {
-    const auto found = times.find(name);
-    return found == times.end() ? 0.0 : found->second;
-  }
-
-  std::map<std::string, double> m_realTimes;
-  std::map<std::string, double> m_cpuTimes;
+// One side of a comparison: `prepare` runs untimed before every run (it may be empty); `run` is
+// timed and returns false when the work failed, which ends the comparison.
+struct Side {
+  std::function<void()> prepare;
+  std::function<bool()> run;
 };
+
+// The best times of both sides, in seconds; `ok` is false when a run failed.
+struct Comparison {
+  double ours = 0;
+  double peer = 0;
+  int rounds = 0;
+  bool ok = false;
+  double Ratio() const { return peer > 0 ? ours / peer : 0; }
+};
+
+inline double Seconds(const std::function<bool()>& run, bool& ok) {
+  const auto start = std::chrono::steady_clock::now();
+  ok = run();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+inline Comparison CompareInterleaved(int rounds, const Side& ours, const Side& peer) {
+  Comparison result;
+  result.rounds = rounds;
+  result.ours = result.peer = 1e30;
+  for (int round = 0; round < rounds; ++round) {
+    for (int turn = 0; turn < 2; ++turn) {
+      const bool oursNow = (round + turn) % 2 == 0;
+      const Side& side = oursNow ? ours : peer;
+      if (side.prepare) side.prepare();
+      bool ok = false;
+      const double time = Seconds(side.run, ok);
+      if (!ok) return result;
+      double& best = oursNow ? result.ours : result.peer;
+      best = std::min(best, time);
+    }
+  }
+  result.ok = true;
+  return result;
+}
+
+// Removes `path` and writes every dirty page back, so that no run pays for the previous one's
+// output.
+inline void RemoveAndSync(const std::string& path) {
+  std::remove(path.c_str());
+  sync();
+}
+
+// Prints one row of the table. A bar or goal of 0 is not shown (rows that only watch for a
+// regression have a bar and no goal; informative rows have neither). False when the
+// comparison failed or the bar was missed.
+inline bool PrintRow(const std::string& work, const Comparison& c, double bar, double goal = 0) {
+  if (!c.ok) {
+    std::printf("row | %s | not measured: a run failed\n", work.c_str());
+    return false;
+  }
+  const double ratio = c.Ratio();
+  std::printf("row | %s | ours %.1f ms | peer %.1f ms | ratio %.3f", work.c_str(), c.ours * 1e3,
+              c.peer * 1e3, ratio);
+  if (bar > 0) std::printf(" | bar <= %.2f %s", bar, ratio <= bar ? "met" : "MISSED");
+  if (goal > 0) std::printf(" | goal <= %.2f %s", goal, ratio <= goal ? "met" : "missed");
+  std::printf("\n");
+  std::fflush(stdout);
+  return true;
+}
+
+// Keeps the compiler from dropping work whose result is otherwise unused.
+template <class T>
+inline void Keep(const T& value) {
+  benchmark::DoNotOptimize(value);
+}
 
 }  // namespace qobench

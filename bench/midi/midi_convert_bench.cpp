@@ -3,11 +3,10 @@
 //   memory: QoMidiParseAt SetBuffer + Convert      vs  smf_load_from_memory
 //   file:   QoMidiFile Open + Validate (reads,     vs  smf_load
 //           checks and converts the file)
-// Prints events/s and MB/s for each and the ratios ours / libsmf (lower is better).
+// Prints the ratios ours / libsmf of the best of several interleaved runs (lower is better).
 #include <qobase/midi/midi_file.h>
 #include <qobase/midi/midi_parse_at.h>
 
-#include <benchmark/benchmark.h>
 #include <smf.h>
 
 #include <cstdint>
@@ -108,101 +107,59 @@ const std::string& File() {
   return file;
 }
 
-std::string& FilePath() {
-  static std::string path;
-  return path;
-}
-
-void SetRates(benchmark::State& state) {
-  const double events = static_cast<double>(k_tracks) * k_eventsPerTrack;
-  state.counters["events/s"] =
-      benchmark::Counter(events, benchmark::Counter::kIsIterationInvariantRate);
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
-                          static_cast<int64_t>(File().size()));
-}
-
-void OursMemory(benchmark::State& state) {
-  const auto* data = reinterpret_cast<const unsigned char*>(File().data());
-  const unsigned int size = static_cast<unsigned int>(File().size());
-  std::vector<unsigned char> out(2 * File().size() + 1024);
-  for (auto _ : state) {
-    QoMidiParseAt parser;
-    parser.SetBuffer(data, size);
-    unsigned int written = static_cast<unsigned int>(out.size());
-    if (!parser.Convert(out.data(), written)) state.SkipWithError("Convert failed");
-    benchmark::DoNotOptimize(out.data());
-  }
-  SetRates(state);
-}
-
-void SmfMemory(benchmark::State& state) {
-  for (auto _ : state) {
-    smf_t* smf = smf_load_from_memory(File().data(), static_cast<int>(File().size()));
-    if (!smf) {
-      state.SkipWithError("smf_load_from_memory failed");
-      break;
-    }
-    benchmark::DoNotOptimize(smf);
-    smf_delete(smf);
-  }
-  SetRates(state);
-}
-
-void OursFile(benchmark::State& state) {
-  for (auto _ : state) {
-    QoMidiFile midi;
-    if (midi.Open(FilePath()) != 1 || midi.Validate() != 1) state.SkipWithError("Validate failed");
-    QoMidiInfo info{};
-    midi.GetMidiInfo(info);
-    benchmark::DoNotOptimize(info);
-  }
-  SetRates(state);
-}
-
-void SmfFile(benchmark::State& state) {
-  for (auto _ : state) {
-    smf_t* smf = smf_load(FilePath().c_str());
-    if (!smf) {
-      state.SkipWithError("smf_load failed");
-      break;
-    }
-    benchmark::DoNotOptimize(smf);
-    smf_delete(smf);
-  }
-  SetRates(state);
-}
-
-// Keeps each benchmark's real time per iteration so the ratios can be printed at the end.
 }  // namespace
 
-int main(int argc, char** argv) {
+int main() {
   const qobench::ScratchDir scratch;
   if (!scratch.IsValid()) return 1;
-  FilePath() = scratch.File("bench.mid");
-  FILE* out = std::fopen(FilePath().c_str(), "wb");
+  const std::string path = scratch.File("bench.mid");
+  FILE* out = std::fopen(path.c_str(), "wb");
   if (!out || std::fwrite(File().data(), 1, File().size(), out) != File().size()) return 1;
   std::fclose(out);
-  std::printf("file: %d tracks, %d events, %.1f MB\n", k_tracks, k_tracks * k_eventsPerTrack,
-              File().size() / 1e6);
+  // libsmf takes tens of seconds over this file, so few rounds are enough and all one can wait for.
+  const int rounds = qobench::Rounds(2);
+  std::printf("file: %d tracks, %d events, %.1f MB, best of %d interleaved rounds\n", k_tracks,
+              k_tracks * k_eventsPerTrack, File().size() / 1e6, rounds);
 
-  benchmark::RegisterBenchmark("memory/ours_Convert", OursMemory)->Unit(benchmark::kMillisecond);
-  benchmark::RegisterBenchmark("memory/libsmf_load_from_memory", SmfMemory)
-      ->Unit(benchmark::kMillisecond);
-  benchmark::RegisterBenchmark("file/ours_Open_Validate", OursFile)->Unit(benchmark::kMillisecond);
-  benchmark::RegisterBenchmark("file/libsmf_load", SmfFile)->Unit(benchmark::kMillisecond);
-  benchmark::Initialize(&argc, argv);
-  qobench::RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-
-  auto ratio = [&](const char* ours, const char* peer) {
-    if (reporter.RealTime(ours) <= 0 || reporter.RealTime(peer) <= 0) return;
-    // The machine may be shared, so the CPU-time ratio is shown next to the wall-clock one.
-    std::printf("ratio %s / %s = %.4f wall, %.4f cpu (target <= 0.5)\n", ours, peer,
-                reporter.RealTime(ours) / reporter.RealTime(peer),
-                reporter.CpuTime(ours) / reporter.CpuTime(peer));
-  };
-  ratio("memory/ours_Convert", "memory/libsmf_load_from_memory");
-  ratio("file/ours_Open_Validate", "file/libsmf_load");
-  return 0;
+  const auto* data = reinterpret_cast<const unsigned char*>(File().data());
+  const unsigned int size = static_cast<unsigned int>(File().size());
+  std::vector<unsigned char> converted(2 * File().size() + 1024);
+  const qobench::Side oursMemory{nullptr, [&] {
+                                   QoMidiParseAt parser;
+                                   parser.SetBuffer(data, size);
+                                   unsigned int written =
+                                       static_cast<unsigned int>(converted.size());
+                                   const bool ok = parser.Convert(converted.data(), written);
+                                   qobench::Keep(converted[0]);
+                                   return ok;
+                                 }};
+  const qobench::Side smfMemory{nullptr, [&] {
+                                  smf_t* smf = smf_load_from_memory(
+                                      File().data(), static_cast<int>(File().size()));
+                                  if (!smf) return false;
+                                  qobench::Keep(smf);
+                                  smf_delete(smf);
+                                  return true;
+                                }};
+  const qobench::Side oursFile{nullptr, [&] {
+                                 QoMidiFile midi;
+                                 if (midi.Open(path) != 1 || midi.Validate() != 1) return false;
+                                 QoMidiInfo info{};
+                                 midi.GetMidiInfo(info);
+                                 qobench::Keep(info);
+                                 return true;
+                               }};
+  const qobench::Side smfFile{nullptr, [&] {
+                                smf_t* smf = smf_load(path.c_str());
+                                if (!smf) return false;
+                                qobench::Keep(smf);
+                                smf_delete(smf);
+                                return true;
+                              }};
+  bool ok = true;
+  ok &= qobench::PrintRow("MIDI convert in memory, Convert vs smf_load_from_memory (hold)",
+                          qobench::CompareInterleaved(rounds, oursMemory, smfMemory), 0.5);
+  ok &= qobench::PrintRow("MIDI file Open + Validate vs smf_load (hold)",
+                          qobench::CompareInterleaved(rounds, oursFile, smfFile), 0.5);
+  return ok ? 0 : 1;
 }

@@ -53,5 +53,4 @@ struct Stream {
   }
 };
 
-
 }  // namespace textbench

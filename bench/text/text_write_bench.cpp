@@ -1,11 +1,13 @@
-// Writing one million elements (attributes and text, five deep) to a file: XmlTextWriterLite2
-// against libxml2's xmlTextWriter with indenting, JSONTextWriter against RapidJSON's
-// PrettyWriter writing the equivalent JSON document.
+// Writing one million elements (attributes and text, five deep) to a new file, from opening it to
+// closing it: XmlTextWriterLite2 against libxml2's xmlTextWriter with indenting, JSONTextWriter
+// against RapidJSON's PrettyWriter writing the equivalent JSON document. Every run writes a file
+// that did not exist, after the previous output was removed and written back (untimed).
 #include <libxml/xmlwriter.h>
 #include <qobase/text/json_text_writer.h>
 #include <qobase/text/xml_text_writer_lite2.h>
 #include <rapidjson/filewritestream.h>
 #include <rapidjson/prettywriter.h>
+#include <sys/stat.h>
 
 #include <vector>
 
@@ -14,131 +16,139 @@
 
 namespace {
 
-textbench::Stream s_stream;
-qobench::ScratchDir s_dir;
-const std::string s_xmlPath = s_dir.File("write.xml");
-const std::string s_jsonPath = s_dir.File("write.json");
 constexpr int k_soundsPerGroup = 100;  // one million elements
 
 const xmlChar* X(const CStdStr& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
 
-void WriteThrough(QO::IXmlTextWriter& writer) {
+long long FileSize(const std::string& path) {
+  struct stat info {};
+  return stat(path.c_str(), &info) == 0 ? static_cast<long long>(info.st_size) : -1;
+}
+
+void WriteThrough(const textbench::Stream& stream, QO::IXmlTextWriter& writer) {
   writer.WriteStartDocument();
-  s_stream.Emit(
+  stream.Emit(
       k_soundsPerGroup,
       [&](const CStdStr& name, int depth) {
         // In JSON, containers are arrays of one-member objects; a Sound is an object.
-        writer.WriteStartElement(name, depth < 4 ? QO::XmlElementType::ObjectArray
-                                                 : QO::XmlElementType::Object);
+        writer.WriteStartElement(
+            name, depth < 4 ? QO::XmlElementType::ObjectArray : QO::XmlElementType::Object);
       },
       [&](const CStdStr& name, const CStdStr& value) { writer.WriteAttributeString(name, value); },
-      [&](const CStdStr& text) { writer.WriteString(text); },
-      [&]() { writer.WriteEndElement(); });
+      [&](const CStdStr& text) { writer.WriteString(text); }, [&]() { writer.WriteEndElement(); });
   writer.WriteEndDocument();
 }
 
-void BM_XmlWrite_Ours(benchmark::State& state) {
-  for (auto _ : state) {
-    XmlTextWriterLite2 writer{zu::Path(s_xmlPath)};
-    if (!writer.IsReady()) state.SkipWithError("cannot open the output file");
-    WriteThrough(writer);
-  }
+bool XmlOurs(const textbench::Stream& stream, const std::string& path) {
+  XmlTextWriterLite2 writer{zu::Path(path)};
+  if (!writer.IsReady()) return false;
+  WriteThrough(stream, writer);
+  return true;
 }
 
-void BM_XmlWrite_Libxml2(benchmark::State& state) {
-  for (auto _ : state) {
-    xmlTextWriterPtr writer = xmlNewTextWriterFilename(s_xmlPath.c_str(), 0);
-    if (!writer) state.SkipWithError("cannot open the output file");
-    xmlTextWriterSetIndent(writer, 1);
-    xmlTextWriterSetIndentString(writer, reinterpret_cast<const xmlChar*>("\t"));
-    xmlTextWriterStartDocument(writer, nullptr, "utf-8", nullptr);
-    s_stream.Emit(
-        k_soundsPerGroup,
-        [&](const CStdStr& name, int) { xmlTextWriterStartElement(writer, X(name)); },
-        [&](const CStdStr& name, const CStdStr& value) {
-          xmlTextWriterWriteAttribute(writer, X(name), X(value));
-        },
-        [&](const CStdStr& text) { xmlTextWriterWriteString(writer, X(text)); },
-        [&]() { xmlTextWriterEndElement(writer); });
-    xmlTextWriterEndDocument(writer);
-    xmlFreeTextWriter(writer);
-  }
+bool XmlLibxml2(const textbench::Stream& stream, const std::string& path) {
+  xmlTextWriterPtr writer = xmlNewTextWriterFilename(path.c_str(), 0);
+  if (!writer) return false;
+  xmlTextWriterSetIndent(writer, 1);
+  xmlTextWriterSetIndentString(writer, reinterpret_cast<const xmlChar*>("\t"));
+  xmlTextWriterStartDocument(writer, nullptr, "utf-8", nullptr);
+  stream.Emit(
+      k_soundsPerGroup,
+      [&](const CStdStr& name, int) { xmlTextWriterStartElement(writer, X(name)); },
+      [&](const CStdStr& name, const CStdStr& value) {
+        xmlTextWriterWriteAttribute(writer, X(name), X(value));
+      },
+      [&](const CStdStr& text) { xmlTextWriterWriteString(writer, X(text)); },
+      [&]() { xmlTextWriterEndElement(writer); });
+  xmlTextWriterEndDocument(writer);
+  xmlFreeTextWriter(writer);
+  return true;
 }
 
-void BM_JsonWrite_Ours(benchmark::State& state) {
-  for (auto _ : state) {
-    JSONTextWriter writer{zu::Path(s_jsonPath)};
-    if (!writer.IsReady()) state.SkipWithError("cannot open the output file");
-    WriteThrough(writer);
-  }
+bool JsonOurs(const textbench::Stream& stream, const std::string& path) {
+  JSONTextWriter writer{zu::Path(path)};
+  if (!writer.IsReady()) return false;
+  WriteThrough(stream, writer);
+  return true;
 }
 
-void BM_JsonWrite_RapidJson(benchmark::State& state) {
+bool JsonRapidJson(const textbench::Stream& stream, const std::string& path) {
   static char buffer[65536];
-  for (auto _ : state) {
-    std::FILE* file = std::fopen(s_jsonPath.c_str(), "wb");
-    if (!file) {
-      state.SkipWithError("cannot open the output file");
-      break;
-    }
-    rapidjson::FileWriteStream out(file, buffer, sizeof(buffer));
-    rapidjson::PrettyWriter<rapidjson::FileWriteStream> writer(out);
-    writer.SetIndent(' ', 1);
-    std::vector<int> depths;
-    writer.StartObject();
-    s_stream.Emit(
-        k_soundsPerGroup,
-        [&](const CStdStr& name, int depth) {
-          if (depth > 0) writer.StartObject();  // the one-member wrapper
-          writer.Key(name.c_str(), static_cast<rapidjson::SizeType>(name.size()));
-          if (depth < 4) {
-            writer.StartArray();
-          } else {
-            writer.StartObject();
-          }
-          depths.push_back(depth);
-        },
-        [&](const CStdStr& name, const CStdStr& value) {
-          writer.Key(name.c_str(), static_cast<rapidjson::SizeType>(name.size()));
-          writer.String(value.c_str(), static_cast<rapidjson::SizeType>(value.size()));
-        },
-        [&](const CStdStr& text) {
-          writer.Key("#text", 5);
-          writer.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
-        },
-        [&]() {
-          const int depth = depths.back();
-          depths.pop_back();
-          if (depth < 4) {
-            writer.EndArray();
-          } else {
-            writer.EndObject();
-          }
-          if (depth > 0) writer.EndObject();
-        });
-    writer.EndObject();
-    out.Flush();
-    std::fclose(file);
-  }
+  std::FILE* file = std::fopen(path.c_str(), "wb");
+  if (!file) return false;
+  rapidjson::FileWriteStream out(file, buffer, sizeof(buffer));
+  rapidjson::PrettyWriter<rapidjson::FileWriteStream> writer(out);
+  writer.SetIndent(' ', 1);
+  std::vector<int> depths;
+  writer.StartObject();
+  stream.Emit(
+      k_soundsPerGroup,
+      [&](const CStdStr& name, int depth) {
+        if (depth > 0) writer.StartObject();  // the one-member wrapper
+        writer.Key(name.c_str(), static_cast<rapidjson::SizeType>(name.size()));
+        if (depth < 4) {
+          writer.StartArray();
+        } else {
+          writer.StartObject();
+        }
+        depths.push_back(depth);
+      },
+      [&](const CStdStr& name, const CStdStr& value) {
+        writer.Key(name.c_str(), static_cast<rapidjson::SizeType>(name.size()));
+        writer.String(value.c_str(), static_cast<rapidjson::SizeType>(value.size()));
+      },
+      [&](const CStdStr& text) {
+        writer.Key("#text", 5);
+        writer.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
+      },
+      [&]() {
+        const int depth = depths.back();
+        depths.pop_back();
+        if (depth < 4) {
+          writer.EndArray();
+        } else {
+          writer.EndObject();
+        }
+        if (depth > 0) writer.EndObject();
+      });
+  writer.EndObject();
+  out.Flush();
+  return std::fclose(file) == 0;
 }
 
-BENCHMARK(BM_XmlWrite_Libxml2)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
-BENCHMARK(BM_XmlWrite_Ours)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
-BENCHMARK(BM_JsonWrite_RapidJson)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
-BENCHMARK(BM_JsonWrite_Ours)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+// Both sides write to their own file, removed and written back before each run.
+qobench::Side FreshFileSide(const textbench::Stream& stream, const std::string& path,
+                            bool (*write)(const textbench::Stream&, const std::string&)) {
+  return {[path] { qobench::RemoveAndSync(path); },
+          [&stream, path, write] { return write(stream, path) && FileSize(path) > 0; }};
+}
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  qobench::RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.PrintRatio("XML write, XmlTextWriterLite2 / libxml2 xmlTextWriter",
-                      "BM_XmlWrite_Ours/iterations:3/real_time",
-                      "BM_XmlWrite_Libxml2/iterations:3/real_time", 0.33);
-  reporter.PrintRatio("JSON write, JSONTextWriter / RapidJSON PrettyWriter",
-                      "BM_JsonWrite_Ours/iterations:3/real_time",
-                      "BM_JsonWrite_RapidJson/iterations:3/real_time", 1.0);
-  benchmark::Shutdown();
-  return 0;
+int main() {
+  const qobench::ScratchDir dir;
+  if (!dir.IsValid()) return 1;
+  const textbench::Stream stream;
+  const std::string ours = dir.File("ours.out"), peer = dir.File("peer.out");
+  const int rounds = qobench::Rounds(5);
+
+  // The sizes say what is being written.
+  if (!XmlOurs(stream, ours) || !JsonOurs(stream, peer)) return 1;
+  std::printf("one million elements: XML %.1f MB, JSON %.1f MB; best of %d interleaved rounds\n",
+              FileSize(ours) / 1e6, FileSize(peer) / 1e6, rounds);
+
+  bool ok = true;
+  ok &= qobench::PrintRow(
+      "XML write 1M elements, new file, XmlTextWriterLite2 vs libxml2 xmlTextWriter",
+      qobench::CompareInterleaved(rounds, FreshFileSide(stream, ours, XmlOurs),
+                                  FreshFileSide(stream, peer, XmlLibxml2)),
+      0.25);
+  ok &= qobench::PrintRow(
+      "JSON write 1M elements, new file, JSONTextWriter vs RapidJSON PrettyWriter",
+      qobench::CompareInterleaved(rounds, FreshFileSide(stream, ours, JsonOurs),
+                                  FreshFileSide(stream, peer, JsonRapidJson)),
+      0.8, 0.6);
+  std::remove(ours.c_str());
+  std::remove(peer.c_str());
+  return ok ? 0 : 1;
 }

@@ -1,9 +1,11 @@
 #include <qobase/streams/base64.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 
+#include "platform/memory_platform.h"
 #include "streams/base64_simd.h"
 
 namespace {
@@ -81,28 +83,62 @@ inline void GroupBytes(const unsigned char* v, unsigned char* bytes) {
   bytes[2] = static_cast<unsigned char>((v[2] << 6) | v[3]);
 }
 
-// Decodes into `out`, which has room for ((length + 3) / 4) * 3 + 4 bytes. Returns the number of
-// bytes produced, or -1 when the text holds an invalid character.
-long DecodeInto(const unsigned char* in, size_t length, unsigned char* out) {
-  // The last group is the one holding the last character that is not white space.
-  size_t end = length;
-  while (end > 0 && IsSkippedSpace(in[end - 1])) --end;
+// Large outputs are made a slice at a time: the vector grows by one slice, whose zero fill stays
+// in the cache, and the slice is written at once, instead of a zero fill of the whole output
+// followed by a second pass over memory that has long left the cache.
+constexpr size_t k_encodeSliceGroups = 16384;  // 48 KiB of bytes, 64 KiB of text
+constexpr size_t k_decodeSliceChars = 65536;
 
-  unsigned char* const start = out;
-  unsigned char values[4];
+// The room a decoder needs once it has read the characters before `limit`: three bytes per
+// four characters started, and 4 spare bytes for the wide stores.
+size_t DecodeRoom(size_t limit) { return (limit + 3) / 4 * 3 + 4; }
+
+// Reserves room for `size` elements. The old content is dropped first when the storage must be
+// replaced (it is about to be overwritten anyway), and storage allocated for the purpose is
+// advised as a block about to be written through.
+template <typename Byte>
+void ReserveFresh(std::vector<Byte>& output, size_t size) {
+  if (output.capacity() >= size) return;
+  output.clear();
+  output.reserve(size);
+  zu::platform::AdviseFreshLargeBlock(output.data(), output.capacity());
+}
+
+// Makes `output` hold at least `size` elements; the ones it holds already are kept as they are,
+// to be overwritten without a fill.
+template <typename Byte>
+void GrowTo(std::vector<Byte>& output, size_t size) {
+  if (output.size() < size) output.resize(size);
+}
+
+// A decoding in progress: the characters of [in, in + end) (trailing white space dropped), the
+// next one at `next`, and the values of the group being collected.
+struct Decoder {
+  const unsigned char* in;
+  size_t end;
+  size_t next = 0;
+  unsigned char values[4] = {0, 0, 0, 0};
   int count = 0;
-  size_t i = 0;
-  while (i < end) {
-    if (count == 0) {
+  bool finished = false;  // the last group was written
+};
+
+// Decodes the characters of [d.next, limit) into `out`, the output position, which has room up
+// to DecodeRoom(limit) counted from the output's start. Returns the new output position, or null
+// for an invalid character.
+unsigned char* DecodeUpTo(Decoder& d, size_t limit, unsigned char* out) {
+  const unsigned char* const in = d.in;
+  size_t i = d.next;
+  while (i < limit) {
+    if (d.count == 0) {
       if (qobase_internal::Base64SimdAvailable()) {
-        const size_t done = qobase_internal::DecodeBlocksSimd(in + i, end - i, out);
+        const size_t done = qobase_internal::DecodeBlocksSimd(in + i, limit - i, out);
         i += done;
         out += done / 4 * 3;
       }
       // Fast path: whole groups of four alphabet characters that are not the last group, four
-      // at a time and then one. The 8-byte stores stay inside the output: more characters
-      // follow, and the output has 4 spare bytes.
-      while (i + 16 < end) {
+      // at a time and then one. The 8-byte stores stay inside the room: more characters
+      // follow, and the room has 4 spare bytes.
+      while (i + 16 < limit) {
         const uint32_t g0 = LookupGroup(in + i);
         const uint32_t g1 = LookupGroup(in + i + 4);
         const uint32_t g2 = LookupGroup(in + i + 8);
@@ -115,54 +151,57 @@ long DecodeInto(const unsigned char* in, size_t length, unsigned char* out) {
         out += 12;
         i += 16;
       }
-      while (i + 4 < end) {
+      while (i + 4 < limit) {
         const uint32_t group = LookupGroup(in + i);
         if (group & k_slowPath) break;
         out = PutGroup(out, group);
         i += 4;
       }
-      if (i >= end) break;
+      if (i >= limit) break;
     }
     const unsigned char c = in[i++];
     if (IsSkippedSpace(c)) continue;
     const unsigned char value = k_decodingTable[c];
-    if (value == QoBase64::k_invalid) return -1;
-    values[count++] = value;
-    if (count == 4) {
-      count = 0;
-      if (i == end) {
+    if (value == QoBase64::k_invalid) return nullptr;
+    unsigned char* const values = d.values;
+    values[d.count++] = value;
+    if (d.count == 4) {
+      d.count = 0;
+      unsigned char bytes[3];
+      if (i == d.end) {
         // The last group: padding in the last two places counts as zero.
-        unsigned char bytes[3];
+        size_t produced = 3;
         if (values[3] == QoBase64::k_padding) {
           const bool onlyOne = values[2] == QoBase64::k_padding;
           values[3] = 0;
           if (onlyOne) values[2] = 0;
-          GroupBytes(values, bytes);
-          std::memcpy(out, bytes, onlyOne ? 1 : 2);
-          out += onlyOne ? 1 : 2;
-        } else {
-          GroupBytes(values, bytes);
-          std::memcpy(out, bytes, 3);
-          out += 3;
+          produced = onlyOne ? 1 : 2;
         }
-        return out - start;
+        GroupBytes(values, bytes);
+        std::memcpy(out, bytes, produced);
+        d.next = i;
+        d.finished = true;
+        return out + produced;
       }
-      unsigned char bytes[3];
       GroupBytes(values, bytes);
       std::memcpy(out, bytes, 3);
       out += 3;
     }
   }
-  if (count > 0) {
-    // A short last group of k values gives (6 * k) / 8 bytes, missing values taken as zero.
-    for (int k = count; k < 4; ++k) values[k] = 0;
-    unsigned char bytes[3];
-    GroupBytes(values, bytes);
-    const int produced = (6 * count) / 8;
-    std::memcpy(out, bytes, static_cast<size_t>(produced));
-    out += produced;
-  }
-  return out - start;
+  d.next = i;
+  return out;
+}
+
+// Ends a decoding that read every character: a short last group of k values gives (6 * k) / 8
+// bytes, missing values taken as zero.
+unsigned char* FinishDecoding(Decoder& d, unsigned char* out) {
+  if (d.finished || d.count == 0) return out;
+  for (int k = d.count; k < 4; ++k) d.values[k] = 0;
+  unsigned char bytes[3];
+  GroupBytes(d.values, bytes);
+  const int produced = (6 * d.count) / 8;
+  std::memcpy(out, bytes, static_cast<size_t>(produced));
+  return out + produced;
 }
 
 template <typename Byte>
@@ -171,58 +210,44 @@ void DecodeToVector(const char* text, size_t length, std::vector<Byte>& output) 
     output.clear();
     return;
   }
-  output.resize((length + 3) / 4 * 3 + 4);
-  const long produced = DecodeInto(reinterpret_cast<const unsigned char*>(text), length,
-                                   reinterpret_cast<unsigned char*>(output.data()));
-  if (produced < 0) {
-    output.clear();
-    return;
+  Decoder d;
+  d.in = reinterpret_cast<const unsigned char*>(text);
+  // The last group is the one holding the last character that is not white space.
+  d.end = length;
+  while (d.end > 0 && IsSkippedSpace(d.in[d.end - 1])) --d.end;
+  ReserveFresh(output, DecodeRoom(length));
+  size_t produced = 0;
+  while (d.next < d.end && !d.finished) {
+    const size_t limit = d.end - d.next > k_decodeSliceChars ? d.next + k_decodeSliceChars : d.end;
+    GrowTo(output, DecodeRoom(limit));
+    auto* const start = reinterpret_cast<unsigned char*>(output.data());
+    const unsigned char* const out = DecodeUpTo(d, limit, start + produced);
+    if (!out) {
+      output.clear();
+      return;
+    }
+    produced = static_cast<size_t>(out - start);
   }
-  const auto size = static_cast<size_t>(produced);
-  output[size] = 0;  // stays in the storage after the resize: the data reads as a C string
-  output.resize(size);
+  GrowTo(output, DecodeRoom(0));  // for white space only
+  auto* const start = reinterpret_cast<unsigned char*>(output.data());
+  produced = static_cast<size_t>(FinishDecoding(d, start + produced) - start);
+  output[produced] = 0;  // stays in the storage after the resize: the data reads as a C string
+  output.resize(produced);
 }
 
-}  // namespace
-
-const char QoBase64::szDigits[65] =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-const unsigned char QoBase64::szTable[256] = {
-#define QOBASE64_ROW(r)                                                                        \
-  k_decodingTable[r + 0], k_decodingTable[r + 1], k_decodingTable[r + 2], k_decodingTable[r + 3], \
-      k_decodingTable[r + 4], k_decodingTable[r + 5], k_decodingTable[r + 6],                  \
-      k_decodingTable[r + 7]
-    QOBASE64_ROW(0),   QOBASE64_ROW(8),   QOBASE64_ROW(16),  QOBASE64_ROW(24),
-    QOBASE64_ROW(32),  QOBASE64_ROW(40),  QOBASE64_ROW(48),  QOBASE64_ROW(56),
-    QOBASE64_ROW(64),  QOBASE64_ROW(72),  QOBASE64_ROW(80),  QOBASE64_ROW(88),
-    QOBASE64_ROW(96),  QOBASE64_ROW(104), QOBASE64_ROW(112), QOBASE64_ROW(120),
-    QOBASE64_ROW(128), QOBASE64_ROW(136), QOBASE64_ROW(144), QOBASE64_ROW(152),
-    QOBASE64_ROW(160), QOBASE64_ROW(168), QOBASE64_ROW(176), QOBASE64_ROW(184),
-    QOBASE64_ROW(192), QOBASE64_ROW(200), QOBASE64_ROW(208), QOBASE64_ROW(216),
-    QOBASE64_ROW(224), QOBASE64_ROW(232), QOBASE64_ROW(240), QOBASE64_ROW(248),
-#undef QOBASE64_ROW
-};
-
-void QoBase64::Encode(const void* bytes, size_t length, std::vector<char>& output) {
-  if (!bytes || length == 0) {
-    output.clear();
-    return;
-  }
-  const size_t textLength = (length + 2) / 3 * 4;
-  // Room for the text, its zero byte, and the 4-byte stores of the last groups.
-  output.resize(textLength + 4);
-  const auto* in = static_cast<const unsigned char*>(bytes);
-  auto* out = reinterpret_cast<unsigned char*>(output.data());
-
-  const unsigned char* const end = in + length;
+// Encodes the `groups` whole 3-byte groups at `in` into 4 * groups characters at `out`;
+// `readable` bytes from `in` on may be read.
+void EncodeGroups(const unsigned char* in, size_t groups, size_t readable, unsigned char* out) {
+  const unsigned char* const end = in + 3 * groups;
   if (qobase_internal::Base64SimdAvailable()) {
-    const size_t done = qobase_internal::EncodeBlocksSimd(in, length, out);
+    // The vector loop reads 16 bytes for every 12 it encodes.
+    const size_t done =
+        qobase_internal::EncodeBlocksSimd(in, std::min(readable, 3 * groups + 4), out);
     in += done;
     out += done / 3 * 4;
   }
-  // Two groups per step from one 8-byte load; stops while 8 bytes are still readable.
-  while (end - in >= 8) {
+  // Two groups per step from one 8-byte load, while 8 bytes are readable.
+  while (end - in >= 6 && static_cast<size_t>(end - in) + (readable - 3 * groups) >= 8) {
     uint64_t word;
     std::memcpy(&word, in, 8);
     word = __builtin_bswap64(word);
@@ -236,23 +261,65 @@ void QoBase64::Encode(const void* bytes, size_t length, std::vector<char>& outpu
     in += 6;
     out += 8;
   }
-  const size_t whole = static_cast<size_t>(end - in) / 3;
-  for (size_t g = 0; g < whole; ++g, in += 3, out += 4) {
-    const uint32_t group = (static_cast<uint32_t>(in[0]) << 16) |
-                           (static_cast<uint32_t>(in[1]) << 8) | in[2];
+  for (; in < end; in += 3, out += 4) {
+    const uint32_t group =
+        (static_cast<uint32_t>(in[0]) << 16) | (static_cast<uint32_t>(in[1]) << 8) | in[2];
     const uint32_t chars = static_cast<uint32_t>(k_pairTable[group >> 12]) |
                            (static_cast<uint32_t>(k_pairTable[group & 0xFFF]) << 16);
     std::memcpy(out, &chars, 4);
   }
-  const size_t rest = static_cast<size_t>(end - in);
-  if (rest > 0) {
-    const uint32_t group = (static_cast<uint32_t>(in[0]) << 16) |
-                           (rest == 2 ? static_cast<uint32_t>(in[1]) << 8 : 0u);
-    out[0] = static_cast<unsigned char>(k_alphabet[group >> 18]);
-    out[1] = static_cast<unsigned char>(k_alphabet[(group >> 12) & 0x3F]);
-    out[2] = rest == 2 ? static_cast<unsigned char>(k_alphabet[(group >> 6) & 0x3F]) : '=';
-    out[3] = '=';
+}
+
+}  // namespace
+
+const char QoBase64::szDigits[65] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+const unsigned char QoBase64::szTable[256] = {
+#define QOBASE64_ROW(r)                                                                           \
+  k_decodingTable[r + 0], k_decodingTable[r + 1], k_decodingTable[r + 2], k_decodingTable[r + 3], \
+      k_decodingTable[r + 4], k_decodingTable[r + 5], k_decodingTable[r + 6],                     \
+      k_decodingTable[r + 7]
+    QOBASE64_ROW(0),   QOBASE64_ROW(8),   QOBASE64_ROW(16),  QOBASE64_ROW(24),  QOBASE64_ROW(32),
+    QOBASE64_ROW(40),  QOBASE64_ROW(48),  QOBASE64_ROW(56),  QOBASE64_ROW(64),  QOBASE64_ROW(72),
+    QOBASE64_ROW(80),  QOBASE64_ROW(88),  QOBASE64_ROW(96),  QOBASE64_ROW(104), QOBASE64_ROW(112),
+    QOBASE64_ROW(120), QOBASE64_ROW(128), QOBASE64_ROW(136), QOBASE64_ROW(144), QOBASE64_ROW(152),
+    QOBASE64_ROW(160), QOBASE64_ROW(168), QOBASE64_ROW(176), QOBASE64_ROW(184), QOBASE64_ROW(192),
+    QOBASE64_ROW(200), QOBASE64_ROW(208), QOBASE64_ROW(216), QOBASE64_ROW(224), QOBASE64_ROW(232),
+    QOBASE64_ROW(240), QOBASE64_ROW(248),
+#undef QOBASE64_ROW
+};
+
+void QoBase64::Encode(const void* bytes, size_t length, std::vector<char>& output) {
+  if (!bytes || length == 0) {
+    output.clear();
+    return;
   }
+  const size_t textLength = (length + 2) / 3 * 4;
+  ReserveFresh(output, textLength + 4);
+  const auto* in = static_cast<const unsigned char*>(bytes);
+  const size_t groups = length / 3;
+  for (size_t done = 0; done < groups;) {
+    const size_t slice = std::min(groups - done, k_encodeSliceGroups);
+    GrowTo(output, 4 * (done + slice));
+    EncodeGroups(in + 3 * done, slice, length - 3 * done,
+                 reinterpret_cast<unsigned char*>(output.data()) + 4 * done);
+    done += slice;
+  }
+  const size_t rest = length - 3 * groups;
+  if (rest > 0) {
+    in += 3 * groups;
+    const uint32_t group =
+        (static_cast<uint32_t>(in[0]) << 16) | (rest == 2 ? static_cast<uint32_t>(in[1]) << 8 : 0u);
+    GrowTo(output, textLength);
+    char* last = output.data() + 4 * groups;
+    last[0] = k_alphabet[group >> 18];
+    last[1] = k_alphabet[(group >> 12) & 0x3F];
+    last[2] = rest == 2 ? k_alphabet[(group >> 6) & 0x3F] : '=';
+    last[3] = '=';
+  }
+  // A zero byte after the text, left in the storage: the data reads as a C string.
+  GrowTo(output, textLength + 1);
   output[textLength] = '\0';
   output.resize(textLength);
 }

@@ -50,7 +50,7 @@ CStdStr XmlTextReaderLite::GetName() const {
   return StringFromXml(xmlTextReaderConstLocalName(m_reader));
 }
 
-int XmlTextReaderLite::GetNodeType() const { return xmlTextReaderNodeType(m_reader); }
+int XmlTextReaderLite::AskNodeType() const { return xmlTextReaderNodeType(m_reader); }
 
 bool XmlTextReaderLite::IsEmptyElement() const {
   return xmlTextReaderIsEmptyElement(m_reader) != 0;
@@ -71,17 +71,13 @@ int XmlTextReaderLite::GetLinePosition() const {
 bool XmlTextReaderLite::Read() {
   // libxml2 may hand back nodes again after it has reported an error, so the end is final.
   if (m_finished) return false;
+  int type = k_nodeTypeUnknown;
   do {
-    const int result = xmlTextReaderRead(m_reader);
-    NoteMoveResult(result);
-  } while (!m_eof && xmlTextReaderNodeType(m_reader) == QO::k_xmlNodeSignificantWhitespace);
+    NoteMoveResult(xmlTextReaderRead(m_reader));
+    type = m_eof ? k_nodeTypeUnknown : xmlTextReaderNodeType(m_reader);
+  } while (type == QO::k_xmlNodeSignificantWhitespace);
+  m_nodeType = type;
   return !m_eof;
-}
-
-void XmlTextReaderLite::NoteMoveResult(int result) {
-  m_eof = result != 1;
-  m_failed = result < 0;
-  m_finished = m_eof;
 }
 
 int XmlTextReaderLite::MoveToContent() {
@@ -96,6 +92,7 @@ int XmlTextReaderLite::MoveToContent() {
       case QO::k_xmlNodeEndEntity:
         return type;
       case QO::k_xmlNodeAttribute:
+        ForgetNodeType();
         xmlTextReaderMoveToElement(m_reader);
         return GetNodeType();
       default:
@@ -105,7 +102,10 @@ int XmlTextReaderLite::MoveToContent() {
 }
 
 void XmlTextReaderLite::MoveToElementIfOnAttribute() {
-  if (GetNodeType() == QO::k_xmlNodeAttribute) xmlTextReaderMoveToElement(m_reader);
+  if (GetNodeType() == QO::k_xmlNodeAttribute) {
+    ForgetNodeType();
+    xmlTextReaderMoveToElement(m_reader);
+  }
 }
 
 bool XmlTextReaderLite::Skip() {
@@ -186,6 +186,7 @@ CStdStr XmlTextReaderLite::GetAttribute(const CStdStr& name) {
 
 bool XmlTextReaderLite::GetAttribute(const CStdStr& name, CStdStr& value) {
   if (!m_reader) return false;
+  ForgetNodeType();
   if (xmlTextReaderMoveToAttribute(m_reader, reinterpret_cast<const xmlChar*>(name.c_str())) != 1) {
     return false;
   }
@@ -195,11 +196,16 @@ bool XmlTextReaderLite::GetAttribute(const CStdStr& name, CStdStr& value) {
 }
 
 bool XmlTextReaderLite::MoveToFirstAttribute() {
+  ForgetNodeType();
   return xmlTextReaderMoveToFirstAttribute(m_reader) == 1;
 }
 
 bool XmlTextReaderLite::MoveToNextAttribute() {
+  ForgetNodeType();
   return xmlTextReaderMoveToNextAttribute(m_reader) == 1;
 }
 
-bool XmlTextReaderLite::MoveToElement() { return xmlTextReaderMoveToElement(m_reader) == 1; }
+bool XmlTextReaderLite::MoveToElement() {
+  ForgetNodeType();
+  return xmlTextReaderMoveToElement(m_reader) == 1;
+}

@@ -315,6 +315,43 @@ TEST(WavDataChunk, CopiesTheSamplesOrWhatTheSourceHoldsAndReportsProgressPerBloc
   EXPECT_EQ(empty.WriteChunkHeaderToFile(zu::File(), false), QO::k_chunkFailure);
 }
 
+// Between two files the samples go by the descriptors, past both streams' buffers: what either
+// stream holds must reach the file first, and both streams must end where a copy through them
+// would have left them. Several transfers of a megabyte, the last one short.
+TEST(WavDataChunk, LargeCopiesSeeWhatTheStreamsBufferAndLeaveThemInPlace) {
+  TempDir dir;
+  const uint32_t size = 3 * 1048576 + 12345;
+  const std::string source = DataFile(size, size);
+  ASSERT_TRUE(WriteFileBytes(dir.File("in.wav"), source));
+  for (const bool edited : {false, true}) {
+    SCOPED_TRACE(edited);
+    OpenedWav in(dir.File("in.wav"), "r+b"), out(dir.File("out.bin"), "wb");
+    QoDataChunk data;
+    ASSERT_TRUE(data.Init(in.file, &in.riff));
+    std::string samples = source.substr(44);
+    if (edited) {
+      // Unflushed writes into the source, in the first and the last transfer.
+      for (const uint32_t at : {5u, size - 3}) {
+        ASSERT_EQ(in.file.SetFilePointer(44 + at, zu::k_fileBegin), 44 + at);
+        ASSERT_TRUE(in.file.WriteExact("EDIT", 3));
+        samples.replace(at, 3, "EDI");
+      }
+    }
+    ASSERT_TRUE(out.file.WriteExact("xyz", 3));  // still in the output's buffer
+    RecordingProgress progress;
+    EXPECT_EQ(data.WriteToFile(out.file, false, &progress), QO::k_chunkSuccess);
+    EXPECT_EQ(out.file.SetFilePointer(0, zu::k_fileCurrent), 3 + 8 + size);
+    EXPECT_EQ(in.file.SetFilePointer(0, zu::k_fileCurrent), 44 + size);
+    ASSERT_TRUE(out.file.WriteExact("end", 3));
+    std::fflush(out.stream);
+    EXPECT_TRUE(ReadFileBytes(dir.File("out.bin")) == "xyzdata" + U32(size) + samples + "end");
+    // Every 16 KiB block, then the exact count.
+    ASSERT_EQ(progress.calls.size(), 2 + size / 16384 + 1);
+    EXPECT_EQ(progress.calls[2 + 63].first, 64u * 16384);
+    EXPECT_EQ(progress.calls.back().first, size);
+  }
+}
+
 TEST(WavDataChunk, AFullDeviceGivesTwoAndAFileSizeLimitGivesOne) {
   TempDir dir;
   ASSERT_TRUE(WriteFileBytes(dir.File("in.wav"), DataFile(65536, 65536)));

@@ -71,6 +71,86 @@ TEST(Base64RoundTrip, EveryLengthMatchesAReferenceEncoder) {
   }
 }
 
+TEST(Base64RoundTrip, LongBuffersAreMadeSliceBySliceWithTheSameBytes) {
+  // Long outputs are written in slices of 49152 input bytes (encoding) and 65536 characters
+  // (decoding): lengths on and around their edges, into empty and into stale outputs.
+  std::mt19937 random(11);
+  for (const size_t length :
+       {49151u, 49152u, 49153u, 65535u, 65536u, 65537u, 98304u, 98306u, 131072u, 196611u}) {
+    const std::string data = RandomBytes(length, random);
+    std::vector<char> fresh;
+    QoBase64::Encode(data.data(), data.size(), fresh);
+    const std::string text = Encoded(data);
+    ASSERT_EQ(std::string(fresh.begin(), fresh.end()), text) << length;
+    ASSERT_EQ(text, ReferenceEncoded(data)) << length;
+    std::vector<unsigned char> decoded;
+    QoBase64::Decode(text.data(), text.size(), decoded);
+    ASSERT_EQ(decoded, Bytes(data)) << length;
+    ASSERT_EQ(Decoded(text), Bytes(data)) << length;
+    // Outputs that hold a little stale content and have room for all of it.
+    std::vector<char> partText(100, 'q');
+    partText.reserve(2 * text.size());
+    QoBase64::Encode(data.data(), data.size(), partText);
+    ASSERT_EQ(std::string(partText.begin(), partText.end()), text) << length;
+    ASSERT_EQ(partText.data()[partText.size()], '\0') << length;
+    std::vector<unsigned char> partBytes(100, 0xEE);
+    partBytes.reserve(2 * data.size());
+    QoBase64::Decode(text.data(), text.size(), partBytes);
+    ASSERT_EQ(partBytes, Bytes(data)) << length;
+    ASSERT_EQ(partBytes.data()[partBytes.size()], 0) << length;
+  }
+}
+
+TEST(Base64Decode, SliceEdgesChangeNothing) {
+  // White space, padding, a short last group and an invalid character on and around the edge
+  // of the first decoding slice (65536 characters).
+  std::mt19937 random(13);
+  const std::string data = RandomBytes(49152 + 30, random);  // 65576 characters
+  const std::string text = Encoded(data);
+  for (size_t position = 65530; position <= 65542; ++position) {
+    std::string spaced = text;
+    ASSERT_EQ(Decoded(spaced.insert(position, 1, '\n')), Bytes(data)) << position;
+    std::string broken = text;
+    ASSERT_TRUE(Decoded(broken.insert(position, 1, '*')).empty()) << position;
+  }
+  // The text ends on the edge, just before it and just after it, padded or short.
+  for (const size_t bytes : {49151u, 49152u, 49153u, 49154u}) {
+    const std::string piece = data.substr(0, bytes);
+    const std::string padded = Encoded(piece);
+    ASSERT_EQ(Decoded(padded), Bytes(piece)) << bytes;
+    ASSERT_EQ(Decoded(padded + std::string(7, ' ')), Bytes(piece)) << bytes;
+    const std::string shortGroup = padded.substr(0, padded.find('='));
+    ASSERT_EQ(Decoded(shortGroup), Bytes(piece)) << bytes;
+  }
+  // The text cut on the edge, white space past it; white space alone.
+  std::string trailing = text.substr(0, 65536) + "\r\n";
+  EXPECT_EQ(Decoded(trailing), Bytes(data.substr(0, 49152)));
+  EXPECT_EQ(Decoded(std::string(70000, ' ')), std::vector<unsigned char>());
+}
+
+TEST(Base64RoundTrip, OutputsOfManyMegabytesKeepEveryByte) {
+  // Large fresh outputs get their memory advised as blocks written through; the bytes must not
+  // notice. Whole groups encode on their own, so pieces are checked against the reference.
+  std::mt19937 random(17);
+  const std::string data = RandomBytes((9u << 20) + 2, random);
+  std::vector<char> text;
+  QoBase64::Encode(data.data(), data.size(), text);
+  ASSERT_EQ(text.size(), (data.size() + 2) / 3 * 4);
+  EXPECT_EQ(text.data()[text.size()], '\0');
+  for (const size_t group : {size_t{0}, size_t{699050}, size_t{2097152}, text.size() / 4 - 8}) {
+    const std::string piece = data.substr(3 * group, 24);
+    ASSERT_EQ(std::string(text.data() + 4 * group,
+                          text.data() + 4 * group + 4 * ((piece.size() + 2) / 3)),
+              ReferenceEncoded(piece))
+        << group;
+  }
+  std::vector<unsigned char> decoded;
+  QoBase64::Decode(text.data(), text.size(), decoded);
+  ASSERT_EQ(decoded.size(), data.size());
+  EXPECT_TRUE(std::memcmp(decoded.data(), data.data(), data.size()) == 0);
+  EXPECT_EQ(decoded.data()[decoded.size()], 0);
+}
+
 TEST(Base64Decode, ReadsFullPaddedAndShortGroupsSkippingSpace) {
   // Three values give two bytes, one none. An alphabet character or "=" with its high bit set
   // reads as the plain character.

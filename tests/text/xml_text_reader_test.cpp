@@ -133,6 +133,38 @@ TEST(XmlTextReaderTest, AccessorsAttributesAndTheFailureFlag) {
   EXPECT_TRUE(broken.HasFailed());
 }
 
+TEST(XmlTextReaderTest, NodeTypeFollowsEveryMoveAfterRead) {
+  // Read keeps the type it found; every other move must be seen by GetNodeType too.
+  XmlTextReaderLite reader = MemoryReader("<r a=\"1\" b=\"2\"><c d=\"3\"/> <e>t</e></r>");
+  std::string trace;
+  auto note = [&](const char* step) { trace += std::string(step) + At(reader) + " "; };
+  reader.Read();
+  note("read ");
+  reader.MoveToFirstAttribute();
+  note("first ");
+  reader.MoveToNextAttribute();
+  note("next ");
+  reader.GetAttribute("a");  // from an attribute: back on the element
+  note("get ");
+  reader.MoveToFirstAttribute();
+  reader.MoveToContent();
+  note("content ");
+  reader.Read();
+  reader.MoveToFirstAttribute();
+  reader.Skip();
+  note("skip ");
+  reader.MoveToFirstAttribute();  // none: stays
+  note("none ");
+  reader.Read();
+  note("read ");
+  CStdStr text;
+  reader.ReadString(text);
+  note("string ");
+  EXPECT_EQ(trace,
+            "read 1:r first 2:a next 2:b get 1:r content 1:r skip 1:e none 1:e read 3:#text "
+            "string 15:e ");
+}
+
 TEST(XmlTextReaderTest, FileReaderAndUnreadableSources) {
   qotest::TempDir dir;
   const std::string path = dir.File("doc.xml");

@@ -84,7 +84,10 @@ class XmlTextReaderLite : public QO::IXmlTextReader {
 
   void Destroy() override;
   CStdStr GetName() const override;
-  int GetNodeType() const override;
+  // The type Read found, without asking libxml2 again.
+  int GetNodeType() const override {
+    return m_nodeType != k_nodeTypeUnknown ? m_nodeType : AskNodeType();
+  }
   bool IsEmptyElement() const override;
   CStdStr GetValue() const override;
   bool IsEOF() const override;
@@ -116,7 +119,17 @@ class XmlTextReaderLite : public QO::IXmlTextReader {
   void Open(const char* source, std::size_t length, XmlSource kind);
   void MoveToElementIfOnAttribute();
   // Records the result of a move of libxml2's reader: 1 a node, 0 the end, -1 an error.
-  void NoteMoveResult(int result);
+  void NoteMoveResult(int result) {
+    ForgetNodeType();
+    m_eof = result != 1;
+    m_failed = result < 0;
+    m_finished = m_eof;
+  }
+  // The current node's type as libxml2 reports it.
+  int AskNodeType() const;
+  // Forgets the node type Read found; called before every other move of libxml2's reader.
+  void ForgetNodeType() { m_nodeType = k_nodeTypeUnknown; }
+  static constexpr int k_nodeTypeUnknown = -2;
 
   _xmlTextReader* m_reader = nullptr;
   char* m_text = nullptr;
@@ -124,4 +137,8 @@ class XmlTextReaderLite : public QO::IXmlTextReader {
   bool m_failed = false;
   // Set once a move has met the end or an error; no later move asks libxml2 again.
   bool m_finished = false;
+  // The type of the node the last Read stopped on, which Read needs anyway: asking libxml2 again
+  // costs as much as the move itself for text (it scans it for blanks). k_nodeTypeUnknown once
+  // the reader has moved otherwise.
+  int m_nodeType = k_nodeTypeUnknown;
 };
