@@ -107,6 +107,11 @@ bool QoWavFileReader::ReadChunks(unsigned int flags) {
             static_cast<unsigned long long>(m_dataOffset) + m_dataSize;
         if (m_dataOffset <= m_riffEnd && m_riffEnd < claimedEnd)
           m_dataSize = m_riffEnd - m_dataOffset;
+        // A head read right at the RIFF end claims data outside the body: cut it to the file
+        // all the same, so the frames counted are frames a read can deliver.
+        const unsigned long long fileSize = m_file.GetFileSize();
+        if (static_cast<unsigned long long>(m_dataOffset) + m_dataSize > fileSize)
+          m_dataSize = m_dataOffset < fileSize ? static_cast<uint32_t>(fileSize - m_dataOffset) : 0;
         m_dataPosition = 0;
         m_chunksFound |= QO::k_chunkData;
         if (!Skip(m_dataSize)) return false;

@@ -184,6 +184,17 @@ TEST(WavFileReader, ToleratesPadsShortDataAndTruncation) {
   EXPECT_EQ(0x1u, early.reader.ChunksRead());
   EXPECT_TRUE(atEnd.reader.ReadChunks(0x3));
   EXPECT_EQ(2u, atEnd.reader.GetDataSize());
+  // Such a head past the RIFF body is cut to the file too, so the frames counted are the frames
+  // a read delivers.
+  const std::string past = ByteBuilder()
+                               .Chunk("fmt ", k_mono16)
+                               .ChunkWithSize("data", 1000, std::string("\x01\x00\x02\x00\x03", 5))
+                               .Bytes();
+  ReaderOn beyond(WaveFile(false, past, 28));
+  ASSERT_TRUE(beyond.reader.ReadChunks(0x3));
+  EXPECT_EQ(5u, beyond.reader.GetDataSize());
+  EXPECT_EQ(2u, beyond.reader.GetNumFrames());
+  EXPECT_EQ((std::vector<float>{1.0f / 32768, 2.0f / 32768}), beyond.Floats(8, 8));
 
   // A truncated chunk head ends the walk without error; a truncated format chunk fails.
   ReaderOn head(Simple(k_mono16, k_data2, "cue \x10"));
