@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "fuzz_scratch.h"
+#include "fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;

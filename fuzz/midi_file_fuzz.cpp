@@ -12,24 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "fuzz_scratch.h"
+#include "fuzz_support.h"
 
-namespace {
-
-std::vector<unsigned char> ReadAll(const std::string& path) {
-  std::vector<unsigned char> bytes;
-  if (FILE* file = std::fopen(path.c_str(), "rb")) {
-    unsigned char block[4096];
-    size_t got;
-    while ((got = std::fread(block, 1, sizeof(block), file)) > 0) {
-      bytes.insert(bytes.end(), block, block + got);
-    }
-    std::fclose(file);
-  }
-  return bytes;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const qofuzz::ScratchFolder& scratch = qofuzz::ScratchFolder::Get();
@@ -60,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // 0x80, so the stream walk may find more events than were counted; never more than its bytes.
   if (midi.GetEvents(events) != 1 || events.size() > convertedSize) std::abort();
   if (midi.Convert(zu::Path(output.c_str())) != 1) std::abort();
-  const std::vector<unsigned char> written = ReadAll(output);
+  const std::vector<unsigned char> written = qofuzz::ReadFileBytes(output);
   if (written != std::vector<unsigned char>(converted.begin(), converted.begin() + convertedSize)) {
     std::abort();
   }

@@ -14,22 +14,9 @@
 #include <cstring>
 #include <vector>
 
-#include "fuzz_scratch.h"
+#include "fuzz_support.h"
 
 namespace {
-
-std::vector<uint8_t> ReadAll(const std::string& path) {
-  std::vector<uint8_t> bytes;
-  if (FILE* file = std::fopen(path.c_str(), "rb")) {
-    uint8_t block[4096];
-    size_t got;
-    while ((got = std::fread(block, 1, sizeof(block), file)) > 0) {
-      bytes.insert(bytes.end(), block, block + got);
-    }
-    std::fclose(file);
-  }
-  return bytes;
-}
 
 bool WriteEdit(QoWavFile& wav, const std::string& path, bool keep) {
   zu::File out;
@@ -89,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
   }
   // The source is only ever read.
-  const std::vector<uint8_t> after = ReadAll(source);
+  const std::vector<uint8_t> after = qofuzz::ReadFileBytes(source);
   if (after.size() != size || (size > 0 && std::memcmp(after.data(), data, size) != 0)) {
     std::abort();
   }

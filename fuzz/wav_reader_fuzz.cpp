@@ -14,28 +14,9 @@
 #include <memory>
 #include <vector>
 
-#include "fuzz_scratch.h"
+#include "fuzz_support.h"
 
 namespace {
-
-// Block sizes that keep every buffer small whatever the format claims.
-unsigned int BlockFrames(unsigned int channels) {
-  return std::max(1u, std::min(1024u, 65536u / std::max(1u, channels)));
-}
-
-// Reads the whole data as float; the frames read.
-unsigned long long ReadAllFloat(QoAudioFileReader& reader) {
-  const unsigned int channels = std::max<unsigned int>(1, reader.GetFormat()->nChannels);
-  const unsigned int frames = BlockFrames(channels);
-  std::vector<float> block(static_cast<size_t>(frames) * channels);
-  reader.SeekToAudioFrame(0);
-  unsigned long long total = 0;
-  while (const unsigned int got = reader.ReadPCMDataAsFloat32(frames, block.data())) {
-    if (got > frames) std::abort();
-    total += got;
-  }
-  return total;
-}
 
 void CheckReader(QoWavFileReader& reader, uint64_t fileSize) {
   const WaveFormatExtensible& format = *reader.GetFormat();
@@ -50,10 +31,10 @@ void CheckReader(QoWavFileReader& reader, uint64_t fileSize) {
     if (marker.labelSize > 0 && marker.label == nullptr) std::abort();
   }
   if ((reader.ChunksRead() & 0x3) != 0x3) return;
-  if (ReadAllFloat(reader) != frames) std::abort();
+  if (qofuzz::ReadAllFloat(reader) != frames) std::abort();
   // Again as 16-bit: the same frames, or none for a width it does not take.
   const unsigned int channels = std::max<unsigned int>(1, format.nChannels);
-  const unsigned int blockFrames = BlockFrames(channels);
+  const unsigned int blockFrames = qofuzz::BlockFrames(channels);
   std::vector<short> block(static_cast<size_t>(blockFrames) * channels);
   reader.SeekToAudioFrame(0);
   unsigned long long total = 0;
@@ -84,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
 
   std::unique_ptr<QoAudioFileReader> viaFactory(QoAudioFileReader::Create(wav.c_str()));
-  if (viaFactory && viaFactory->ReadChunks(0x3)) (void)ReadAllFloat(*viaFactory);
+  if (viaFactory && viaFactory->ReadChunks(0x3)) (void)qofuzz::ReadAllFloat(*viaFactory);
   std::unique_ptr<QoAudioFileReader> cafName(QoAudioFileReader::Create(caf.c_str()));
   if (cafName) std::abort();  // the factory opens only WAVE names
   return 0;

@@ -14,7 +14,7 @@
 #include <cstring>
 #include <string>
 
-#include "fuzz_scratch.h"
+#include "fuzz_support.h"
 
 namespace {
 
