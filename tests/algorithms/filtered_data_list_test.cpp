@@ -316,3 +316,73 @@ TEST_F(FilteredDataListTest, SourceThatChangesWhileViewed) {
 }
 
 }  // namespace
+
+// A consumer that unregisters itself, or another consumer, when it hears its first item.
+class Leaver : public Consumer {
+ public:
+  Leaver(Events& events, const char* name, List& list, List::IDataConsumer* leaving)
+      : Consumer(events, name), m_list(list), m_leaving(leaving ? leaving : this) {}
+  void ItemAddedOrChanged(const void* item) override {
+    Consumer::ItemAddedOrChanged(item);
+    m_list.RemoveDataConsumer(m_leaving);
+  }
+  void ItemRemoved(const void* item) override {
+    Consumer::ItemRemoved(item);
+    m_list.RemoveDataConsumer(m_leaving);
+  }
+
+ private:
+  List& m_list;
+  List::IDataConsumer* m_leaving;
+};
+
+// Registrations changed by a callback: everyone registered when a notification starts and not
+// removed before their turn hears it once, in order; a removed consumer hears nothing more.
+TEST_F(FilteredDataListTest, RegistrationsChangedDuringANotification) {
+  List list;
+  Leaver leaver(events, "L", list, nullptr);
+  list.AddDataConsumer(&leaver);
+  list.AddDataConsumer(&c1);
+  list.AddDataConsumer(&c2);
+  list.ItemRemoved(&table.rows[0]);
+  list.ItemRemoved(&table.rows[1]);
+  EXPECT_EQ(events.Take(), "L-a C1-a C2-a C1-b C2-b");
+
+  // A consumer that removes an earlier one: the later ones are still told.
+  Leaver remover(events, "R", list, &c1);
+  list.AddDataConsumer(&remover);
+  list.AddDataConsumer(&leaver);
+  list.ItemRemoved(&table.rows[0]);
+  EXPECT_EQ(events.Take(), "C1-a C2-a R-a L-a");
+  list.ItemRemoved(&table.rows[1]);
+  EXPECT_EQ(events.Take(), "C2-b R-b");
+
+  // A consumer that leaves while it is being shown the source hears no further item.
+  list.SetSource(&table);
+  events.Take();
+  list.AddDataConsumer(&leaver);
+  EXPECT_EQ(events.Take(), "L+a");
+  list.SetSource(nullptr);
+  list.RemoveDataConsumer(&remover);
+  EXPECT_EQ(events.Take(), "C2.clear R.clear");
+
+  // A filter consumer that recruits another when it hears of a filter: the recruit hears that
+  // filter once, from its own registration.
+  class Recruiter : public FilterWatcher {
+   public:
+    Recruiter(Events& events, List& list, List::IDataFilterConsumer& recruit)
+        : FilterWatcher(events), m_list(list), m_recruit(recruit) {}
+    void FilterAdded(List::IDataFilter* f) override {
+      FilterWatcher::FilterAdded(f);
+      m_list.AddFilterConsumer(&m_recruit);
+    }
+
+   private:
+    List& m_list;
+    List::IDataFilterConsumer& m_recruit;
+  } recruiter(events, list, watcher);
+  list.AddFilterConsumer(&recruiter);
+  list.AddFilter(&f1);
+  EXPECT_EQ(events.Take(), "F1.list added:F1 added:F1");
+  list.RemoveFilterConsumer(&recruiter);
+}
