@@ -30,7 +30,8 @@ void StepByStep(Array2D<int>& costs, std::vector<int>& assignment) {
   for (int r = 0; r < n; ++r) {
     int least = 0x7FFFFFFF;
     for (int c = 0; c < n; ++c) least = std::min(least, costs(r, c));
-    for (int c = 0; c < n; ++c) costs(r, c) -= least;
+    // Wrapping around as the method's plain int arithmetic does.
+    for (int c = 0; c < n; ++c) costs(r, c) = static_cast<int>(0u + costs(r, c) - least);
   }
   Array2D<unsigned char> mask(costs.rows, costs.cols, k_plain);
   std::vector<bool> rowCover(costs.rows), colCover(costs.cols);
@@ -138,18 +139,35 @@ TEST(HungarianAlgorithm, RefusesWhatIsNotSquare) {
   EXPECT_EQ(assignment, (std::vector<int>{3, 4}));
 }
 
-// Costs whose reductions overflow an int give no meaningful result, but the solver still ends
-// with one column per row.
-TEST(HungarianAlgorithm, ExtremeCostsStillEndWithAPermutation) {
+// Costs too large for the method's sums wrap around in its int arithmetic: the result is no
+// optimum, but it is still the step-by-step method's, and one column per row. Extreme and
+// arbitrary values wrap in the row reduction; growing products of row and column only in the
+// adjustments, part of the way through.
+TEST(HungarianAlgorithm, IdenticalToStepByStepWhenCostsWrapAround) {
   std::mt19937 random(5);
   const int extremes[] = {INT_MIN, INT_MIN + 1, -1, 0, 1, INT_MAX - 1, INT_MAX};
-  for (size_t n : {2, 3, 6, 17}) {
-    Array2D<int> costs(n, n);
-    for (int& cell : costs.data) cell = extremes[random() % 7];
-    std::vector<int> assignment;
-    HungarianAlgorithm::FindAssignments(costs, assignment);
-    std::sort(assignment.begin(), assignment.end());
-    for (size_t i = 0; i < n; ++i) ASSERT_EQ(assignment[i], static_cast<int>(i)) << n;
+  std::uniform_int_distribution<int> any(INT_MIN, INT_MAX);
+  for (size_t n = 1; n <= 12; ++n) {
+    for (int round = 0; round < 60; ++round) {
+      Array2D<int> original(n, n);
+      const int unit = INT_MAX / static_cast<int>(n * n) * (1 + round % 2);
+      for (size_t r = 0; r < n; ++r) {
+        for (size_t c = 0; c < n; ++c) {
+          const int product = static_cast<int>(0u + unit * r * c + random() % 3);
+          original(r, c) = round % 3 == 0   ? extremes[random() % 7]
+                           : round % 3 == 1 ? any(random)
+                                            : product;
+        }
+      }
+      Array2D<int> fast = original, stepped = original;
+      std::vector<int> fastAssignment, steppedAssignment;
+      HungarianAlgorithm::FindAssignments(fast, fastAssignment);
+      StepByStep(stepped, steppedAssignment);
+      ASSERT_EQ(fastAssignment, steppedAssignment) << n << "x" << n << " round " << round;
+      ASSERT_EQ(fast.data, stepped.data) << n << "x" << n << " round " << round;
+      std::sort(fastAssignment.begin(), fastAssignment.end());
+      for (size_t i = 0; i < n; ++i) ASSERT_EQ(fastAssignment[i], static_cast<int>(i));
+    }
   }
 }
 
