@@ -187,10 +187,10 @@ TEST(HungarianAlgorithm, IdenticalToStepByStepWhenCostsWrapAround) {
   for (size_t n = 1; n <= 12; ++n) {
     for (int round = 0; round < 60; ++round) {
       Array2D<int> original(n, n);
-      const int unit = INT_MAX / static_cast<int>(n * n) * (1 + round % 2);
+      const size_t unit = size_t{INT_MAX} / (n * n) * (1 + round % 2);
       for (size_t r = 0; r < n; ++r) {
         for (size_t c = 0; c < n; ++c) {
-          const int product = static_cast<int>(0u + unit * r * c + random() % 3);
+          const auto product = static_cast<int>(static_cast<uint32_t>(unit * r * c + random() % 3));
           original(r, c) = round % 3 == 0   ? extremes[random() % 7]
                            : round % 3 == 1 ? any(random)
                                             : product;
