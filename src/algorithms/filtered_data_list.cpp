@@ -1,24 +1,67 @@
 // FilteredDataList: evaluation of items through the filter chain and the notifications. Callbacks
-// may add or remove registrations while a notification runs, so every loop walks the current
-// vectors by index and re-reads their size: no removed object is called afterwards.
+// may add or remove registrations while a notification runs, so every notification walks the
+// current vectors by index inside a walk whose bounds follow the erasures: no removed object is
+// called afterwards, no remaining one is skipped or called twice, and objects added meanwhile
+// wait for the next notification.
 #include <qobase/algorithms/filtered_data_list.h>
 
 #include <algorithm>
 
-namespace {
+// Pushes a walk over `objects` and pops it however the walk ends. Walks nest when a callback
+// starts another notification, so the list keeps them as a stack.
+class FilteredDataList::WalkScope {
+ public:
+  WalkScope(FilteredDataList& list, const void* objects, size_t size)
+      : m_walks(list.m_walks), m_depth(list.m_walks.size()) {
+    m_walks.push_back(Walk{objects, 0, size});
+  }
+  ~WalkScope() { m_walks.pop_back(); }
+  WalkScope(const WalkScope&) = delete;
+  WalkScope& operator=(const WalkScope&) = delete;
+
+  bool More() const { return m_walks[m_depth].next < m_walks[m_depth].end; }
+  size_t Take() { return m_walks[m_depth].next++; }
+
+ private:
+  std::vector<Walk>& m_walks;
+  size_t m_depth;
+};
+
+template <class T, class Call>
+void FilteredDataList::VisitAll(const std::vector<T*>& objects, Call call) {
+  WalkScope walk(*this, &objects, objects.size());
+  while (walk.More()) call(objects[walk.Take()]);
+}
 
 template <class T>
-void EraseFirst(std::vector<T*>& objects, T* object) {
+void FilteredDataList::EraseAt(std::vector<T*>& objects, size_t index) {
+  for (Walk& walk : m_walks) {
+    if (walk.vector != &objects) continue;
+    if (index < walk.next) {
+      --walk.next;
+      --walk.end;
+    } else if (index < walk.end) {
+      --walk.end;
+    }
+  }
+  objects.erase(objects.begin() + static_cast<std::ptrdiff_t>(index));
+}
+
+template <class T>
+void FilteredDataList::EraseFirst(std::vector<T*>& objects, T* object) {
   const auto found = std::find(objects.begin(), objects.end(), object);
-  if (found != objects.end()) objects.erase(found);
+  if (found != objects.end()) EraseAt(objects, static_cast<size_t>(found - objects.begin()));
 }
 
-template <class Consumer, class Call>
-void TellAll(const std::vector<Consumer*>& consumers, Call call) {
-  for (size_t i = 0; i < consumers.size(); ++i) call(consumers[i]);
+bool FilteredDataList::IsDataConsumer(const IDataConsumer* consumer) const {
+  return std::find(m_dataConsumers.begin(), m_dataConsumers.end(), consumer) !=
+         m_dataConsumers.end();
 }
 
-}  // namespace
+bool FilteredDataList::IsFilterConsumer(const IDataFilterConsumer* consumer) const {
+  return std::find(m_filterConsumers.begin(), m_filterConsumers.end(), consumer) !=
+         m_filterConsumers.end();
+}
 
 FilteredDataList::~FilteredDataList() {
   ClearAllItems();
@@ -45,14 +88,14 @@ void FilteredDataList::AddFilter(IDataFilter* filter) {
   if (!filter) return;
   m_filters.push_back(filter);
   filter->SetList(this);
-  TellAll(m_filterConsumers, [&](IDataFilterConsumer* c) { c->FilterAdded(filter); });
+  VisitAll(m_filterConsumers, [&](IDataFilterConsumer* c) { c->FilterAdded(filter); });
   EvaluateAllRows();
 }
 
 void FilteredDataList::RemoveFilter(IDataFilter* filter) {
   if (std::find(m_filters.begin(), m_filters.end(), filter) == m_filters.end()) return;
   filter->SetList(nullptr);
-  TellAll(m_filterConsumers, [&](IDataFilterConsumer* c) { c->FilterRemoved(filter); });
+  VisitAll(m_filterConsumers, [&](IDataFilterConsumer* c) { c->FilterRemoved(filter); });
   EraseFirst(m_filters, filter);
 }
 
@@ -61,10 +104,10 @@ void FilteredDataList::RemoveFilter(FilterIterator& position) {
   const auto index = static_cast<size_t>(position - m_filters.begin());
   IDataFilter* filter = *position;
   filter->SetList(nullptr);
-  TellAll(m_filterConsumers, [&](IDataFilterConsumer* c) { c->FilterRemoved(filter); });
+  VisitAll(m_filterConsumers, [&](IDataFilterConsumer* c) { c->FilterRemoved(filter); });
   // The callbacks may have changed the vector; find the filter again before erasing it.
   if (index < m_filters.size() && m_filters[index] == filter) {
-    m_filters.erase(m_filters.begin() + static_cast<std::ptrdiff_t>(index));
+    EraseAt(m_filters, index);
   } else {
     EraseFirst(m_filters, filter);
   }
@@ -90,7 +133,8 @@ void FilteredDataList::DestroyAllFilters() {
 void FilteredDataList::AddFilterConsumer(IDataFilterConsumer* consumer) {
   if (!consumer) return;
   m_filterConsumers.push_back(consumer);
-  for (size_t i = 0; i < m_filters.size(); ++i) consumer->FilterAdded(m_filters[i]);
+  WalkScope walk(*this, &m_filters, m_filters.size());
+  while (walk.More() && IsFilterConsumer(consumer)) consumer->FilterAdded(m_filters[walk.Take()]);
 }
 
 void FilteredDataList::RemoveFilterConsumer(IDataFilterConsumer* consumer) {
@@ -106,6 +150,7 @@ void FilteredDataList::AddDataConsumer(IDataConsumer* consumer) {
   while (const void* item = rows->Next()) {
     if (Passes(item)) consumer->ItemAddedOrChanged(item);
     if (m_source != source) break;  // a callback swapped the source: stop walking the old one
+    if (!IsDataConsumer(consumer)) break;  // it left: it hears nothing more
   }
   rows->Release();
 }
@@ -117,28 +162,28 @@ void FilteredDataList::RemoveDataConsumer(IDataConsumer* consumer) {
 void FilteredDataList::ItemAddedOrChanged(const void* item) {
   if (!m_source) return;
   if (Passes(item)) {
-    TellAll(m_dataConsumers, [&](IDataConsumer* c) { c->ItemAddedOrChanged(item); });
+    VisitAll(m_dataConsumers, [&](IDataConsumer* c) { c->ItemAddedOrChanged(item); });
   } else {
-    TellAll(m_dataConsumers, [&](IDataConsumer* c) { c->ItemRemoved(item); });
+    VisitAll(m_dataConsumers, [&](IDataConsumer* c) { c->ItemRemoved(item); });
   }
 }
 
 void FilteredDataList::ItemRemoved(const void* item) {
-  TellAll(m_dataConsumers, [&](IDataConsumer* c) { c->ItemRemoved(item); });
+  VisitAll(m_dataConsumers, [&](IDataConsumer* c) { c->ItemRemoved(item); });
 }
 
 bool FilteredDataList::ApplyFilters(const void* item) { return Passes(item); }
 
 void FilteredDataList::ClearAllItems() {
-  TellAll(m_dataConsumers, [](IDataConsumer* c) { c->ClearAllItems(); });
+  VisitAll(m_dataConsumers, [](IDataConsumer* c) { c->ClearAllItems(); });
 }
 
 void FilteredDataList::OpenBrace() {
-  TellAll(m_dataConsumers, [](IDataConsumer* c) { c->OpenBrace(); });
+  VisitAll(m_dataConsumers, [](IDataConsumer* c) { c->OpenBrace(); });
 }
 
 void FilteredDataList::CloseBrace() {
-  TellAll(m_dataConsumers, [](IDataConsumer* c) { c->CloseBrace(); });
+  VisitAll(m_dataConsumers, [](IDataConsumer* c) { c->CloseBrace(); });
 }
 
 bool FilteredDataList::Passes(const void* item) {

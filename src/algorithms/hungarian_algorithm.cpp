@@ -8,9 +8,14 @@
 //   holding it. Costs never go below 0, so a row holds an uncovered zero exactly when that least
 //   cost is 0, and its first zero is that column. Step 4 lowers every such cost by m and keeps
 //   the columns; uncovering a column compares one new cell per row.
-// The reduced matrix is written back once at the end.
+// "Costs never go below 0" holds while no cost leaves the int range. No cost exceeds the largest
+// row-reduced cost plus the sum of the adjustments so far, so the bookkeeping runs while that sum
+// fits; costs that would leave the range (their int arithmetic wraps around) are handed with the
+// whole state to the step functions, which follow the wrap-around exactly.
+// The reduced matrix is written back once at the end or at the hand-over.
 #include <qobase/algorithms/hungarian_algorithm.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <limits>
@@ -34,15 +39,26 @@ class MunkresSolver {
         m_rowLeast(n, 0),
         m_rowLeastCol(n, 0) {}
 
-  void Solve() {
-    ReduceRows();
+  // Runs the method to its end (0), or to the point where its costs could leave the int range:
+  // then the costs are written back and the number of the step to go on with is returned
+  // (1 after the initial stars, 4 before an adjustment), the state to be read by Export.
+  int Solve() {
+    const int64_t largest = ReduceRows();
     StarFirstZeros();
+    if (largest > INT_MAX) {
+      WriteReducedCosts();
+      return 1;
+    }
+    m_headroom = INT_MAX - largest;
     while (CoverStarredColumns() < m_n) {
       FindRowLeasts();
       for (;;) {
         const size_t row = FirstRowWithUncoveredZero();
         if (row == m_n) {
-          Adjust();
+          if (!Adjust()) {
+            WriteReducedCosts();
+            return 4;
+          }
           continue;
         }
         const int col = m_rowLeastCol[row];
@@ -57,9 +73,26 @@ class MunkresSolver {
       }
     }
     WriteReducedCosts();
+    return 0;
   }
 
   int StarInRow(size_t row) const { return m_starInRow[row]; }
+
+  // The stars, primes and covers as the step functions keep them.
+  void Export(Array2D<unsigned char>& mask, std::vector<bool>& rowCover,
+              std::vector<bool>& colCover) const {
+    mask = Array2D<unsigned char>(m_n, m_n, HungarianSteps::k_plain);
+    rowCover.assign(m_n, false);
+    colCover.assign(m_n, false);
+    for (size_t r = 0; r < m_n; ++r) {
+      if (m_starInRow[r] >= 0)
+        mask(r, static_cast<size_t>(m_starInRow[r])) = HungarianSteps::k_starred;
+      if (m_primeInRow[r] >= 0)
+        mask(r, static_cast<size_t>(m_primeInRow[r])) = HungarianSteps::k_primed;
+      rowCover[r] = m_rowCovered[r] != 0;
+    }
+    for (size_t c = 0; c < m_n; ++c) colCover[c] = m_colCovered[c] != 0;
+  }
 
  private:
   // Costs and offsets add in the int's own width with wrap-around, as plain int arithmetic does
@@ -71,12 +104,21 @@ class MunkresSolver {
                    m_colOffset[col]);
   }
 
-  // Takes each row's least cost (searched from INT_MAX) from every cell of the row.
-  void ReduceRows() {
+  // Takes each row's least cost (searched from INT_MAX) from every cell of the row. Returns the
+  // largest difference, exact, which may be beyond the int range that the cells wrap around in.
+  int64_t ReduceRows() {
     std::vector<int> least(m_n, INT_MAX);
+    std::vector<int> most(m_n, INT_MIN);
     for (size_t c = 0; c < m_n; ++c) {
       const int* column = m_costs + c * m_n;
-      for (size_t r = 0; r < m_n; ++r) least[r] = column[r] < least[r] ? column[r] : least[r];
+      for (size_t r = 0; r < m_n; ++r) {
+        least[r] = column[r] < least[r] ? column[r] : least[r];
+        most[r] = column[r] > most[r] ? column[r] : most[r];
+      }
+    }
+    int64_t largest = 0;
+    for (size_t r = 0; r < m_n; ++r) {
+      largest = std::max(largest, int64_t{most[r]} - int64_t{least[r]});
     }
     for (size_t c = 0; c < m_n; ++c) {
       int* column = m_costs + c * m_n;
@@ -84,6 +126,7 @@ class MunkresSolver {
         column[r] = Wrapped(static_cast<uint32_t>(column[r]) - static_cast<uint32_t>(least[r]));
       }
     }
+    return largest;
   }
 
   // Stars each zero whose row and column hold no star yet, rows outer and columns inner.
@@ -154,12 +197,14 @@ class MunkresSolver {
     }
   }
 
-  // Step 4.
-  void Adjust() {
+  // Step 4; false, changing nothing, when a cost could leave the int range.
+  bool Adjust() {
     int least = INT_MAX;
     for (size_t r = 0; r < m_n; ++r) {
       if (!m_rowCovered[r] && m_rowLeast[r] < least) least = m_rowLeast[r];
     }
+    if (least > m_headroom) return false;
+    m_headroom -= least;
     const uint32_t m = static_cast<uint32_t>(least);
     for (size_t r = 0; r < m_n; ++r) {
       if (m_rowCovered[r]) {
@@ -171,6 +216,7 @@ class MunkresSolver {
     for (size_t c = 0; c < m_n; ++c) {
       if (!m_colCovered[c]) m_colOffset[c] += m;
     }
+    return true;
   }
 
   // Step 3 from the prime at (row, col), which has no star in its row: along the path, the
@@ -210,6 +256,9 @@ class MunkresSolver {
 
   int* m_costs;  // column-major n x n; the row-reduced costs until the end
   size_t m_n;
+  // INT_MAX less the largest reduced cost and the adjustments so far: what later adjustments
+  // may add without taking a cost beyond the int range.
+  int64_t m_headroom = 0;
   std::vector<uint32_t> m_rowOffset;  // added by step 4 while the row is covered
   std::vector<uint32_t> m_colOffset;  // taken by step 4 while the column is uncovered
   std::vector<int> m_starInRow;
@@ -222,6 +271,32 @@ class MunkresSolver {
   std::vector<Location> m_path;
 };
 
+// The step functions from `step` on, until they are done.
+void RunSteps(Array2D<int>& costs, Array2D<unsigned char>& mask, std::vector<bool>& rowCover,
+              std::vector<bool>& colCover, int step) {
+  using namespace HungarianSteps;
+  const int n = static_cast<int>(costs.rows);
+  Location remembered{0, 0};
+  std::vector<Location> path;
+  path.reserve(2 * costs.rows + 1);  // a path alternates primes and stars, one of each per row
+  while (step != k_done) {
+    switch (step) {
+      case 1:
+        step = RunStep1(costs, mask, rowCover, colCover, n, n);
+        break;
+      case 2:
+        step = RunStep2(costs, mask, rowCover, colCover, n, n, remembered, path);
+        break;
+      case 3:
+        step = RunStep3(costs, mask, rowCover, colCover, n, n, remembered, path);
+        break;
+      default:
+        step = RunStep4(costs, mask, rowCover, colCover, n, n);
+        break;
+    }
+  }
+}
+
 }  // namespace
 
 void HungarianAlgorithm::FindAssignments(Array2D<int>& costs, std::vector<int>& assignment) {
@@ -232,10 +307,22 @@ void HungarianAlgorithm::FindAssignments(Array2D<int>& costs, std::vector<int>& 
     throw std::out_of_range("Array2D: data shorter than rows * cols");
   }
   MunkresSolver solver(costs.data.data(), n);
-  solver.Solve();
+  const int nextStep = solver.Solve();
+  if (nextStep == 0) {
+    assignment.resize(n, 0);
+    for (size_t r = 0; r < n; ++r) {
+      const int col = solver.StarInRow(r);
+      if (col >= 0) assignment[r] = col;
+    }
+    return;
+  }
+  Array2D<unsigned char> mask;
+  std::vector<bool> rowCover, colCover;
+  solver.Export(mask, rowCover, colCover);
+  RunSteps(costs, mask, rowCover, colCover, nextStep);
   assignment.resize(n, 0);
   for (size_t r = 0; r < n; ++r) {
-    const int col = solver.StarInRow(r);
+    const int col = HungarianSteps::FindStarInRow(mask, static_cast<int>(n), static_cast<int>(r));
     if (col >= 0) assignment[r] = col;
   }
 }

@@ -178,13 +178,16 @@ int RunStep4(Array2D<int>& costs, Array2D<unsigned char>& /*mask*/, std::vector<
     }
   }
   if (!anyUncovered) return k_done;
-  const int minimum = FindMinimum(costs, rowCover, colCover, cols, rows);
+  // Plain int arithmetic that wraps around, so costs too large for the adjustments still give
+  // one defined result.
+  const auto minimum = static_cast<uint32_t>(FindMinimum(costs, rowCover, colCover, cols, rows));
   for (int r = 0; r < rows; ++r) {
     for (int c = 0; c < cols; ++c) {
+      int& cost = Cell(costs, r, c);
       if (Covered(rowCover, colCover, r, c)) {
-        Cell(costs, r, c) += minimum;
+        cost = static_cast<int>(static_cast<uint32_t>(cost) + minimum);
       } else if (Uncovered(rowCover, colCover, r, c)) {
-        Cell(costs, r, c) -= minimum;
+        cost = static_cast<int>(static_cast<uint32_t>(cost) - minimum);
       }
     }
   }

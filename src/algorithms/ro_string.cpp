@@ -5,9 +5,11 @@
 #include <qobase/strings/string_help.h>
 
 #include <climits>
+#include <codecvt>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <locale>
 #include <new>
 #include <stdexcept>
 #include <vector>
@@ -161,11 +163,11 @@ ROString::ROString(const wchar_t* text) {
   m_text = ROStringInternal::strings.Get(utf8.c_str());
 }
 
+// The standard UTF-8 converter, one per call so that threads never share one. It writes every
+// value up to U+10FFFF, surrogates included, and throws std::range_error beyond.
 ROString::ROString(const std::wstring& text) {
-  std::string utf8;
-  if (!WideToUtf8(text.data(), text.size(), utf8)) {
-    throw std::range_error("ROString: wide text is not valid Unicode");
-  }
+  std::wstring_convert<std::codecvt_utf8<wchar_t>> converter;
+  const std::string utf8 = converter.to_bytes(text);
   m_text = ROStringInternal::strings.Get(utf8.c_str());
 }
 

@@ -1,27 +1,25 @@
 // The filtered data list against a scripted table, filters and consumers that log every call:
-// the chain of filters, who hears what in which order, and a source that changes while viewed.
+// the chain of filters, who hears what in which order, and a source or registrations that change
+// while a notification runs.
 #include <qobase/algorithms/filtered_data_list.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using List = FilteredDataList;
 
-// Every call of every test double, in order.
+// Every call of every test double, in order; Take returns those since the last Take.
 struct Events {
-  std::vector<std::string> calls;
-  void Add(const std::string& call) { calls.push_back(call); }
-  // The calls since the last Take, joined by blanks.
-  std::string Take() {
-    std::string text;
-    for (const std::string& call : calls) text += (text.empty() ? "" : " ") + call;
-    calls.clear();
-    return text;
-  }
+  std::string calls;
+  void Add(const std::string& call) { calls += (calls.empty() ? "" : " ") + call; }
+  std::string Take() { return std::exchange(calls, std::string()); }
 };
 
 struct Row {
@@ -34,37 +32,30 @@ std::string NameOf(const void* item) { return static_cast<const Row*>(item)->nam
 // A table whose iterators free themselves on Release; `live` counts those not yet released.
 class Table : public List::IDataSource {
  public:
-  class Iterator final : public List::IDataIterator {
-   public:
-    Iterator(Table& owner, std::vector<const void*> elements)
-        : m_owner(owner), m_elements(std::move(elements)) {
-      ++m_owner.live;
+  struct Iterator final : List::IDataIterator {
+    Iterator(int& count, std::vector<const void*> all) : live(count), elements(std::move(all)) {
+      ++live;
     }
     void Release() override {
-      --m_owner.live;
+      --live;
       delete this;
     }
-    void Reset() override { m_next = 0; }
-    const void* Next() override {
-      return m_next < m_elements.size() ? m_elements[m_next++] : nullptr;
-    }
-
-   private:
-    ~Iterator() = default;
-    Table& m_owner;
-    std::vector<const void*> m_elements;
-    size_t m_next = 0;
+    void Reset() override { next = 0; }
+    const void* Next() override { return next < elements.size() ? elements[next++] : nullptr; }
+    int& live;
+    std::vector<const void*> elements;
+    size_t next = 0;
   };
 
   List::IDataIterator* GetRowIterator() override {
     std::vector<const void*> items;
     for (const Row& row : rows) items.push_back(&row);
-    return new Iterator(*this, items);
+    return new Iterator(live, items);
   }
   List::IDataIterator* GetColumnIterator(const void* item) override {
     std::vector<const void*> values;
     for (const std::string& value : static_cast<const Row*>(item)->values) values.push_back(&value);
-    return new Iterator(*this, values);
+    return new Iterator(live, values);
   }
 
   std::vector<Row> rows;
@@ -74,55 +65,63 @@ class Table : public List::IDataSource {
 // Passes the values in `accepted` (any value when it is empty).
 class Filter : public List::IDataFilter {
  public:
-  Filter(Events& events, std::string filterName, std::vector<std::string> accepted = {})
-      : name(std::move(filterName)), m_events(events), m_accepted(std::move(accepted)) {}
-  void SetList(List* list) override {
-    this->list = list;
-    m_events.Add(name + (list ? ".list" : ".unlisted"));
+  Filter(Events& log, std::string filterName, std::vector<std::string> accepted = {})
+      : name(std::move(filterName)), events(log), m_accepted(std::move(accepted)) {}
+  void SetList(List* owner) override {
+    list = owner;
+    events.Add(name + (owner ? ".list" : ".unlisted"));
   }
   bool Accept(const void* value) override {
     const std::string text = value ? *static_cast<const std::string*>(value) : "null";
-    m_events.Add(name + "?" + text);
-    if (m_accepted.empty()) return true;
-    for (const std::string& accepted : m_accepted) {
-      if (accepted == text) return true;
-    }
-    return false;
+    events.Add(name + "?" + text);
+    return m_accepted.empty() ||
+           std::find(m_accepted.begin(), m_accepted.end(), text) != m_accepted.end();
   }
-  void Destroy() override { m_events.Add(name + ".destroyed"); }
+  void Destroy() override { events.Add(name + ".destroyed"); }
 
   const std::string name;
+  Events& events;
   List* list = nullptr;
 
  private:
-  Events& m_events;
   std::vector<std::string> m_accepted;
 };
 
+// Logs every call; `react`, when set, runs after an item is logged.
 class Consumer : public List::IDataConsumer {
  public:
-  Consumer(Events& events, std::string name) : m_events(events), m_name(std::move(name)) {}
-  void ItemAddedOrChanged(const void* item) override { m_events.Add(m_name + "+" + NameOf(item)); }
-  void ItemRemoved(const void* item) override { m_events.Add(m_name + "-" + NameOf(item)); }
-  void ClearAllItems() override { m_events.Add(m_name + ".clear"); }
-  void OpenBrace() override { m_events.Add(m_name + "{"); }
-  void CloseBrace() override { m_events.Add(m_name + "}"); }
+  Consumer(Events& log, std::string consumerName) : events(log), name(std::move(consumerName)) {}
+  void ItemAddedOrChanged(const void* item) override { Heard("+", item); }
+  void ItemRemoved(const void* item) override { Heard("-", item); }
+  void ClearAllItems() override { events.Add(name + ".clear"); }
+  void OpenBrace() override { events.Add(name + "{"); }
+  void CloseBrace() override { events.Add(name + "}"); }
+
+  Events& events;
+  const std::string name;
+  std::function<void(const void* item)> react;
 
  private:
-  Events& m_events;
-  std::string m_name;
+  void Heard(const char* what, const void* item) {
+    events.Add(name + what + NameOf(item));
+    if (react) react(item);
+  }
 };
 
 // Every filter of these tests is a Filter, so its name can be read back.
 class FilterWatcher : public List::IDataFilterConsumer {
  public:
-  explicit FilterWatcher(Events& events) : m_events(events) {}
-  void FilterAdded(List::IDataFilter* f) override { m_events.Add("added:" + Name(f)); }
-  void FilterRemoved(List::IDataFilter* f) override { m_events.Add("removed:" + Name(f)); }
+  explicit FilterWatcher(Events& log) : events(log) {}
+  void FilterAdded(List::IDataFilter* f) override {
+    events.Add("added:" + static_cast<Filter*>(f)->name);
+    if (react) react();
+  }
+  void FilterRemoved(List::IDataFilter* f) override {
+    events.Add("removed:" + static_cast<Filter*>(f)->name);
+  }
 
- private:
-  static const std::string& Name(List::IDataFilter* f) { return static_cast<Filter*>(f)->name; }
-  Events& m_events;
+  Events& events;
+  std::function<void()> react;
 };
 
 class FilteredDataListTest : public ::testing::Test {
@@ -135,9 +134,7 @@ class FilteredDataListTest : public ::testing::Test {
 
   Events events;
   Table table;
-  Filter f1{events, "F1", {"red"}};
-  Filter f2{events, "F2", {"big"}};
-  Filter f3{events, "F3"};
+  Filter f1{events, "F1", {"red"}}, f2{events, "F2", {"big"}}, f3{events, "F3"};
   Consumer c1{events, "C1"}, c2{events, "C2"};
   FilterWatcher watcher{events};
 };
@@ -197,9 +194,8 @@ TEST_F(FilteredDataListTest, RemovingFiltersDoesNotEvaluate) {
 
   list.RemoveFilter(&f2);
   EXPECT_EQ(events.Take(), "F2.unlisted removed:F2");
-  list.FilterChanged();
-  EXPECT_EQ(events.Take(),
-            "F1?red F3?big C1+a F1?blue C1-b F1?red F3?small C1+c");  // no clear first
+  list.FilterChanged();  // no clear first
+  EXPECT_EQ(events.Take(), "F1?red F3?big C1+a F1?blue C1-b F1?red F3?small C1+c");
 
   List::FilterIterator position = list.FilterBegin();
   list.RemoveFilter(position);
@@ -212,7 +208,6 @@ TEST_F(FilteredDataListTest, RemovingFiltersDoesNotEvaluate) {
 }
 
 TEST_F(FilteredDataListTest, ClearingDestroyingAndLateConsumers) {
-  Events& e = events;
   {
     List list;
     list.AddDataConsumer(&c1);
@@ -220,17 +215,19 @@ TEST_F(FilteredDataListTest, ClearingDestroyingAndLateConsumers) {
     list.AddFilter(&f2);
     list.AddFilter(&f3);
     list.AddFilterConsumer(&watcher);
-    EXPECT_EQ(e.Take(), "F1.list F2.list F3.list added:F1 added:F2 added:F3");
+    EXPECT_EQ(events.Take(), "F1.list F2.list F3.list added:F1 added:F2 added:F3");
 
     list.ClearAllFilters();
-    EXPECT_EQ(e.Take(), "F1.unlisted removed:F1 F2.unlisted removed:F2 F3.unlisted removed:F3");
+    EXPECT_EQ(events.Take(),
+              "F1.unlisted removed:F1 F2.unlisted removed:F2 F3.unlisted removed:F3");
     EXPECT_EQ(list.FilterBegin(), list.FilterEnd());
 
     list.AddFilter(&f1);
     list.AddFilter(&f2);
-    e.Take();
+    events.Take();
     list.DestroyAllFilters();
-    EXPECT_EQ(e.Take(), "F1.unlisted removed:F1 F1.destroyed F2.unlisted removed:F2 F2.destroyed");
+    EXPECT_EQ(events.Take(),
+              "F1.unlisted removed:F1 F1.destroyed F2.unlisted removed:F2 F2.destroyed");
 
     list.AddFilter(&f3);
     list.RemoveFilterConsumer(&watcher);
@@ -239,24 +236,22 @@ TEST_F(FilteredDataListTest, ClearingDestroyingAndLateConsumers) {
     list.ItemRemoved(&table.rows[2]);
     list.ClearAllItems();
     list.CloseBrace();
-    EXPECT_EQ(e.Take(), "F3.list added:F3 C1{ C1-c C1.clear C1}");
+    EXPECT_EQ(events.Take(), "F3.list added:F3 C1{ C1-c C1.clear C1}");
+
+    // A data consumer added later hears only the items that pass, and no clear.
+    list.SetSource(&table);
+    list.RemoveFilter(&f3);
+    list.AddFilter(&f1);
+    events.Take();
+    list.AddDataConsumer(&c2);
+    list.AddDataConsumer(nullptr);
+    EXPECT_EQ(events.Take(), "F1?red C2+a F1?blue F1?red C2+c");
+    list.RemoveDataConsumer(&c1);
+    list.ItemRemoved(&table.rows[0]);
+    EXPECT_EQ(events.Take(), "C2-a");
   }
   // Destroyed: consumers cleared, filters removed but not destroyed.
-  EXPECT_EQ(e.Take(), "C1.clear F3.unlisted");
-}
-
-TEST_F(FilteredDataListTest, DataConsumerAddedLaterHearsOnlyPassingItems) {
-  List list;
-  list.AddDataConsumer(&c1);
-  list.SetSource(&table);
-  list.AddFilter(&f1);
-  events.Take();
-  list.AddDataConsumer(&c2);
-  EXPECT_EQ(events.Take(), "F1?red C2+a F1?blue F1?red C2+c");
-  list.AddDataConsumer(nullptr);
-  list.RemoveDataConsumer(&c1);
-  list.ItemRemoved(&table.rows[0]);
-  EXPECT_EQ(events.Take(), "C2-a");
+  EXPECT_EQ(events.Take(), "C2.clear F1.unlisted");
 }
 
 // The owner of the source reports changes as they happen, also from inside a notification.
@@ -273,46 +268,63 @@ TEST_F(FilteredDataListTest, SourceThatChangesWhileViewed) {
   list.ItemAddedOrChanged(&table.rows[0]);
   EXPECT_EQ(events.Take(), "F1?red C1+d F1?green C1-a");
 
-  // A consumer that, on hearing of "c", turns "b" red and reports it: nested evaluation.
-  class Reactor : public Consumer {
-   public:
-    Reactor(Events& events, List& list, Table& table)
-        : Consumer(events, "R"), m_list(list), m_table(table) {}
-    void ItemAddedOrChanged(const void* item) override {
-      Consumer::ItemAddedOrChanged(item);
-      if (NameOf(item) == "c") {
-        m_table.rows[1].values[0] = "red";
-        m_list.ItemAddedOrChanged(&m_table.rows[1]);
-      }
-    }
-
-   private:
-    List& m_list;
-    Table& m_table;
-  } reactor(events, list, table);
+  // On hearing of "c", a consumer turns "b" red and reports it: a nested evaluation.
+  Consumer reactor(events, "R");
+  reactor.react = [&](const void* item) {
+    if (NameOf(item) != "c") return;
+    table.rows[1].values[0] = "red";
+    list.ItemAddedOrChanged(&table.rows[1]);
+  };
   list.AddDataConsumer(&reactor);
   EXPECT_EQ(events.Take(), "F1?green F1?blue F1?red R+c F1?red C1+b R+b F1?red R+d");
+  list.RemoveDataConsumer(&reactor);
 
   // A consumer that drops the source in the middle of a walk stops it.
-  class Dropper : public Consumer {
-   public:
-    Dropper(Events& events, List& list) : Consumer(events, "D"), m_list(list) {}
-    void ItemAddedOrChanged(const void* item) override {
-      Consumer::ItemAddedOrChanged(item);
-      if (armed) m_list.SetSource(nullptr);
-    }
-    bool armed = false;
-
-   private:
-    List& m_list;
-  } dropper(events, list);
-  list.RemoveDataConsumer(&reactor);
+  Consumer dropper(events, "D");
+  dropper.react = [&](const void*) { list.SetSource(nullptr); };
   list.AddDataConsumer(&dropper);
-  EXPECT_EQ(events.Take(), "F1?green F1?red D+b F1?red D+c F1?red D+d");
-  dropper.armed = true;
-  list.FilterChanged();
-  EXPECT_EQ(events.Take(), "F1?green C1-a D-a F1?red C1+b D+b C1.clear D.clear");
-  list.RemoveDataConsumer(&dropper);  // it goes out of scope before the list
+  EXPECT_EQ(events.Take(), "F1?green F1?red D+b C1.clear D.clear");
+  list.SetSource(&table);
+  EXPECT_EQ(events.Take(), "C1.clear D.clear F1?green C1-a D-a C1.clear D.clear");
+  list.RemoveDataConsumer(&dropper);
+}
+
+// Registrations changed by a callback: everyone registered when a notification starts and not
+// removed before their turn hears it once, in order; a removed consumer hears nothing more.
+TEST_F(FilteredDataListTest, RegistrationsChangedDuringANotification) {
+  List list;
+  Consumer leaver(events, "L"), remover(events, "R");
+  leaver.react = [&](const void*) { list.RemoveDataConsumer(&leaver); };
+  remover.react = [&](const void*) { list.RemoveDataConsumer(&c1); };
+  list.AddDataConsumer(&leaver);
+  list.AddDataConsumer(&c1);
+  list.AddDataConsumer(&c2);
+  list.ItemRemoved(&table.rows[0]);
+  list.ItemRemoved(&table.rows[1]);
+  EXPECT_EQ(events.Take(), "L-a C1-a C2-a C1-b C2-b");
+
+  // Removing an earlier consumer does not make a later one miss the notification.
+  list.AddDataConsumer(&remover);
+  list.AddDataConsumer(&leaver);
+  list.ItemRemoved(&table.rows[0]);
+  list.ItemRemoved(&table.rows[1]);
+  EXPECT_EQ(events.Take(), "C1-a C2-a R-a L-a C2-b R-b");
+  list.RemoveDataConsumer(&remover);
+
+  // A consumer that leaves while it is shown the source hears no further item.
+  list.SetSource(&table);
+  events.Take();
+  list.AddDataConsumer(&leaver);
+  EXPECT_EQ(events.Take(), "L+a");
+
+  // A filter consumer that registers another on hearing of a filter: the newcomer hears of that
+  // filter once, from its own registration.
+  FilterWatcher recruiter(events);
+  recruiter.react = [&] { list.AddFilterConsumer(&watcher); };
+  list.AddFilterConsumer(&recruiter);
+  list.AddFilter(&f3);
+  EXPECT_EQ(events.Take(), "F3.list added:F3 added:F3 F3?red C2+a F3?blue C2+b F3?red C2+c");
+  list.RemoveFilterConsumer(&recruiter);
 }
 
 }  // namespace

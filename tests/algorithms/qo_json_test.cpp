@@ -142,6 +142,34 @@ TEST(QoJson, DeepCopies) {
   EXPECT_EQ(cleared.GetKind(), 3u);
 }
 
+// A target that already holds the source's kind keeps its map, array or variant: references
+// the caller holds into it stay valid across the copy.
+TEST(QoJson, CopyKeepsTheTargetsContainerOfTheSameKind) {
+  const QoJson source = Sample();
+  QoJson target = Sample();
+  target.GetMap()->at("a") = Int(5);
+  const QoJson::MapType* map = target.GetMap();
+  QoJson::Copy(source, target);
+  EXPECT_EQ(target.GetMap(), map);
+  target = source;
+  EXPECT_EQ(target.GetMap(), map);
+  EXPECT_EQ(map->size(), 3u);
+
+  QoJson list;
+  list.SetArray().push_back(Int(1));
+  const QoJson::ArrayType* array = list.GetArray();
+  QoJson::Copy(source.GetMap()->at("b"), list);
+  EXPECT_EQ(list.GetArray(), array);
+  EXPECT_EQ(array->size(), 2u);
+  EXPECT_EQ(Describe(list), "[true,\"x\"]");
+
+  QoJson scalar = Text("old");
+  const QoVariant* variant = scalar.GetVariant();
+  QoJson::Copy(Int(7), scalar);
+  EXPECT_EQ(scalar.GetVariant(), variant);
+  EXPECT_EQ(variant->value.i32, 7);
+}
+
 TEST(QoJson, CopiesAndMovesWithinOneTree) {
   QoJson tree = Sample();
   QoJson::Copy(tree, tree);

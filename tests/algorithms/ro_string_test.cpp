@@ -72,13 +72,18 @@ TEST(ROString, WideTextIsInternedAsUtf8) {
   EXPECT_EQ(ROString(std::wstring(wide)).c_str(), ROString(utf8).c_str());
   EXPECT_EQ(ROString(L"").c_str(), ROString("").c_str());
 
-  // A lone surrogate or a value past U+10FFFF is no Unicode text.
+  // A wide C string that is no Unicode text (a lone surrogate, a value past U+10FFFF) gives "".
+  // A std::wstring goes through the standard converter: it writes a surrogate as three bytes
+  // and has no form for a value past U+10FFFF.
   const wchar_t surrogate[] = {L'a', static_cast<wchar_t>(0xD800), 0};
-  const wchar_t tooLarge[] = {static_cast<wchar_t>(0x110000), 0};
+  const wchar_t tooLarge[] = {L'a', static_cast<wchar_t>(0x110000), 0};
+  const wchar_t negative[] = {static_cast<wchar_t>(-1), 0};
   EXPECT_EQ(ROString(surrogate), ROString(""));
   EXPECT_EQ(ROString(tooLarge), ROString(""));
-  EXPECT_THROW(ROString(std::wstring(surrogate)), std::range_error);
+  EXPECT_EQ(ROString(std::wstring(surrogate)), ROString("a\xED\xA0\x80"));
+  EXPECT_EQ(ROString(std::wstring(L"\xDFFF\U0010FFFF")), ROString("\xED\xBF\xBF\xF4\x8F\xBF\xBF"));
   EXPECT_THROW(ROString(std::wstring(tooLarge)), std::range_error);
+  EXPECT_THROW(ROString(std::wstring(negative)), std::range_error);
 }
 
 TEST(ROString, EntriesCountTheirUses) {

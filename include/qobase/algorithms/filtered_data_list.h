@@ -3,8 +3,11 @@
 // hear which items pass and which no longer do; filter consumers hear filters come and go. The
 // list owns none of these objects, keeps no item state and recomputes everything from the source
 // and the filters. Notifications are synchronous, in registration order, on the caller's thread.
+// A callback may register or remove objects: a notification reaches those registered when it
+// started and not removed before their turn, each once.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 class FilteredDataList {
@@ -130,12 +133,33 @@ class FilteredDataList {
   void CloseBrace();
 
  private:
+  // A walk over one of the vectors while callbacks may change it: the entries [next, end) of
+  // `vector` are still to visit.
+  struct Walk {
+    const void* vector;
+    size_t next;
+    size_t end;
+  };
+  class WalkScope;
+
   // Asks the filters in order about the item's column values; false at the first refusal.
   bool Passes(const void* item);
   void EvaluateAllRows();
+  // Calls `call` for every object the vector holds when the walk starts and still holds when
+  // its turn comes, in order, once each.
+  template <class T, class Call>
+  void VisitAll(const std::vector<T*>& objects, Call call);
+  // Erases one entry and moves the bounds of the walks over that vector with it.
+  template <class T>
+  void EraseAt(std::vector<T*>& objects, size_t index);
+  template <class T>
+  void EraseFirst(std::vector<T*>& objects, T* object);
+  bool IsDataConsumer(const IDataConsumer* consumer) const;
+  bool IsFilterConsumer(const IDataFilterConsumer* consumer) const;
 
   IDataSource* m_source = nullptr;
   std::vector<IDataFilter*> m_filters;
   std::vector<IDataConsumer*> m_dataConsumers;
   std::vector<IDataFilterConsumer*> m_filterConsumers;
+  std::vector<Walk> m_walks;  // the walks in progress, innermost last
 };

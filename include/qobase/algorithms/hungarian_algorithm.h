@@ -43,7 +43,8 @@ class HungarianAlgorithm {
   // picked cell. Equal totals are resolved the same way every time, lowest rows and columns
   // first. A matrix whose rows and columns differ is refused: nothing changes. A square matrix
   // whose data is shorter than rows * cols throws std::out_of_range before anything changes.
-  // Costs must be small enough that the method's additions fit in an int.
+  // Costs should be small enough that the method's sums fit in an int; larger ones wrap around
+  // as plain int arithmetic does, which gives one column per row but no longer the least total.
   // Rows (4, 1, 3), (2, 0, 5), (3, 2, 2) give [1, 0, 2].
   static void FindAssignments(Array2D<int>& costs, std::vector<int>& assignment);
 };
@@ -96,8 +97,8 @@ int RunStep3(Array2D<int>& costs, Array2D<unsigned char>& mask, std::vector<bool
              std::vector<bool>& colCover, int cols, int rows, Location& remembered,
              std::vector<Location>& path);
 // Step 4: m, the smallest uncovered cost, is added to every cell covered twice and taken from
-// every uncovered cell. Gives 2, or k_done when no cell is uncovered (the method never gets
-// there).
+// every uncovered cell, wrapping around past the int range. Gives 2, or k_done when no cell is
+// uncovered (the method never gets there).
 int RunStep4(Array2D<int>& costs, Array2D<unsigned char>& mask, std::vector<bool>& rowCover,
              std::vector<bool>& colCover, int cols, int rows);
 

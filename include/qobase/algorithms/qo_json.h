@@ -76,26 +76,43 @@ class QoJsonBase {
   }
 
   // Makes `target` a deep copy of `source`: a map with copies of every entry in the source's
-  // order, an array of copies, a copied variant; an empty source clears the target. The copy is
-  // complete before the target changes, so copying a value into itself or into one of its own
-  // children is safe.
+  // order, an array of copies, a copied variant; an empty source clears the target. A target
+  // that already holds the source's kind keeps its map, array or variant object, so references
+  // into it stay valid. Maps and arrays are copied whole before the target changes, so copying
+  // a value into itself or into one of its own children is safe.
   static void Copy(const QoJsonBase& source, QoJsonBase& target) {
     if (&source == &target) return;
     switch (source.m_kind) {
       case k_map: {
-        auto map = std::make_unique<MapType>();
-        for (const auto& entry : *source.GetMap()) map->emplace_hint(map->end(), entry);
-        target.Install(k_map, map.release());
+        MapType copy;
+        for (const auto& entry : *source.GetMap()) copy.emplace_hint(copy.end(), entry);
+        if (MapType* map = target.GetMap()) {
+          map->swap(copy);  // the old entries go with `copy`
+        } else {
+          target.Install(k_map, new MapType(std::move(copy)));
+        }
         break;
       }
-      case k_array:
-        target.Install(k_array, new ArrayType(*source.GetArray()));
+      case k_array: {
+        ArrayType copy(*source.GetArray());
+        if (ArrayType* array = target.GetArray()) {
+          array->swap(copy);
+        } else {
+          target.Install(k_array, new ArrayType(std::move(copy)));
+        }
         break;
+      }
       case k_variant: {
-        auto variant = std::make_unique<V>();
-        variant->Clear();
-        variant->CopyFrom(*source.GetVariant());
-        target.Install(k_variant, variant.release());
+        if (V* variant = target.GetVariant()) {
+          // A variant holds no values, so the source cannot live inside the target's.
+          variant->Clear();
+          variant->CopyFrom(*source.GetVariant());
+        } else {
+          auto copy = std::make_unique<V>();
+          copy->Clear();
+          copy->CopyFrom(*source.GetVariant());
+          target.Install(k_variant, copy.release());
+        }
         break;
       }
       default:

@@ -58,8 +58,9 @@ class ROString {
   ROString(const char* text);         // NOLINT: implicit by design, like the texts it stands for
   ROString(const CStdStr& text);      // NOLINT
   ROString(const std::string& text);  // NOLINT: the text up to its first zero byte
-  // Wide text is interned as UTF-8. Text that is not valid Unicode (a surrogate, a value above
-  // U+10FFFF) gives "" from a C string and throws std::range_error from a std::wstring.
+  // Wide text is interned as UTF-8. A C string that is not valid Unicode (a surrogate, a value
+  // above U+10FFFF) gives "". A std::wstring is converted as the standard UTF-8 converter does:
+  // a surrogate becomes three bytes, a value above U+10FFFF throws std::range_error.
   ROString(const wchar_t* text);       // NOLINT
   ROString(const std::wstring& text);  // NOLINT
 
