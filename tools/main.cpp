@@ -48,6 +48,7 @@ int ReportUsageError(const CLI::App& app, const CLI::ParseError& error) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  ReserveStandardDescriptors();
   // A write past a file size limit then fails with EFBIG and is reported like any other.
   std::signal(SIGXFSZ, SIG_IGN);
   InstallCheckedStandardOutput();

@@ -1,9 +1,10 @@
 // OutputFile: how every command writes a file. The result goes to a temporary file created
 // exclusively beside its target, is flushed and synced, and only then renamed into place, so a
-// full disk, a failed write or an interruption (SIGINT, SIGTERM, SIGHUP) never leaves a partial
-// file and never touches an existing one. A target that names one of the command's inputs (by
-// spelling, by resolved path, or through a symbolic or hard link) or that exists but is not a
-// regular file (a device, a FIFO, a directory) is refused before anything is created.
+// full disk, a failed write or a signal that ends the program (SIGINT, SIGTERM, SIGHUP, SIGPIPE,
+// ...) never leaves a partial file and never touches an existing one. A target that names one
+// of the command's inputs (by spelling, by resolved path, or through a symbolic or hard link),
+// that exists but is not a regular file (a device, a FIFO, a directory) or is write-protected,
+// or that ends with '/' is refused before anything is created.
 //
 //   OutputFile out;
 //   std::string reason;

@@ -15,7 +15,7 @@ struct RunOptions {
   bool asOrdinaryUser = false;     // give up root for user 65534 first
   std::string workingDir;          // empty: the test's own
   double timeLimitSeconds = 20.0;  // then the program is killed and timedOut set
-  int signalAfterOutput = 0;       // a signal sent once the program has written any stdout
+  bool stderrClosed = false;       // standard error closed instead of captured
 };
 
 struct RunResult {
