@@ -60,21 +60,25 @@ void PrintWavSummary(const QoWavFileReader& reader, std::ostream& out) {
   const QoWaveFormatFacts& facts = reader.GetStoredFormat();
   out << "   container: " << (reader.IsByteSwapped() ? "RIFX (big-endian)" : "RIFF (little-endian)")
       << " WAVE\n";
-  out << "   format:    " << FormatName(facts) << ", " << SampleText(facts) << ", "
-      << f.nSamplesPerSec << " Hz, block align " << f.nBlockAlign << "\n";
-  if (facts.hasExtensibleFields && facts.channelMask != 0) {
+  out << "   format:    " << FormatName(facts, reader.IsFloat()) << ", "
+      << SampleText(facts, reader.IsFloat()) << ", " << f.nSamplesPerSec << " Hz, block align "
+      << f.nBlockAlign << "\n";
+  if (facts.hasExtensibleFields && !IsLibraryRecord(facts) && facts.channelMask != 0) {
     // The mask the file names; the library's configuration moves some speakers (a rear pair
-    // without sides plays on the sides), which is said only when it differs.
+    // without sides plays on the sides), which is said only when it differs. A format read the
+    // default way has a configuration taken from other bytes, which says nothing about this.
     out << "   channels:  " << ChannelCount(f.nChannels) << ", speakers "
         << SpeakerNames(facts.channelMask) << " (mask " << Hex(facts.channelMask) << ")";
-    if (QO::GetChannelConfigType(f.channelConfig) == QO::k_channelConfigStandard &&
+    if (facts.standardLayoutUsed &&
+        QO::GetChannelConfigType(f.channelConfig) == QO::k_channelConfigStandard &&
         QO::GetChannelConfigMask(f.channelConfig) != facts.channelMask) {
       out << ", played as " << SpeakerNames(QO::GetChannelConfigMask(f.channelConfig));
     }
     out << "\n";
   } else {
+    // Plain PCM and float name no speakers; an extensible format or library record does.
     out << "   channels:  " << ChannelsText(f.channelConfig, f.nChannels)
-        << (facts.hasExtensibleFields ? "" : ", by default (the file stores no mask)") << "\n";
+        << (facts.formatTag == 0xFFFE ? "" : ", by default (the file stores no mask)") << "\n";
   }
   PrintLength(reader, out);
   if (reader.ChunksRead() & QO::k_chunkSmpl) {

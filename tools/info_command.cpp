@@ -55,11 +55,11 @@ int InfoWav(const std::string& file) {
   std::cout << file << "\n";
   PrintWavSummary(reader, std::cout);
   const QoWaveFormatFacts& facts = reader.GetStoredFormat();
-  if (HasFloatConversion(facts)) {
+  if (HasFloatConversion(facts, reader.IsFloat())) {
     PrintPeak(reader, std::cout);
   } else {
-    std::cout << "   peak:      not measured (" << FormatName(facts) << " " << SampleText(facts)
-              << " samples are not decoded)\n";
+    std::cout << "   peak:      not measured (" << FormatName(facts, reader.IsFloat()) << " "
+              << SampleText(facts, reader.IsFloat()) << " samples are not decoded)\n";
   }
   return k_exitSuccess;
 }
