@@ -95,12 +95,12 @@ void PrintWavSummary(const QoWavFileReader& reader, std::ostream& out) {
   }
 }
 
-void PrintCafSummary(const QoCAFFileReader& reader, bool isFloat, std::ostream& out) {
+void PrintCafSummary(const QoCAFFileReader& reader, bool isFloat, unsigned int bits,
+                     std::ostream& out) {
   const WaveFormatExtensible& f = *reader.GetFormat();
   out << "   container: CAF (Core Audio Format)\n";
-  out << "   format:    linear PCM, " << f.wBitsPerSample << "-bit "
-      << (isFloat ? "float" : "integer") << ", " << f.nSamplesPerSec << " Hz, block align "
-      << f.nBlockAlign << "\n";
+  out << "   format:    linear PCM, " << bits << "-bit " << (isFloat ? "float" : "integer") << ", "
+      << f.nSamplesPerSec << " Hz, block align " << f.nBlockAlign << "\n";
   out << "   channels:  " << ChannelsText(f.channelConfig, f.nChannels) << "\n";
   PrintLength(reader, out);
 }

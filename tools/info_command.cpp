@@ -69,12 +69,23 @@ int InfoCaf(const std::string& file, const std::string& head) {
   if (!reader.Open(file.c_str()) || !reader.ReadChunks(QO::k_chunkFmt | QO::k_chunkData)) {
     return Fail(file, "not a CAF file of linear PCM samples that can be read");
   }
-  // The description chunk comes first: format flags at body offset 12, bit 0 for float.
-  const bool isFloat = head.size() >= 36 && head.compare(8, 4, "desc") == 0 &&
-                       (static_cast<unsigned char>(head[35]) & 1) != 0;
+  // The description chunk comes first: format flags at body offset 12 (bit 0 for float), bits
+  // per channel at 28, big-endian.
+  const bool described = head.size() >= 52 && head.compare(8, 4, "desc") == 0;
+  const bool isFloat = described && (static_cast<unsigned char>(head[35]) & 1) != 0;
+  unsigned int bits = described ? 0 : reader.GetFormat()->wBitsPerSample;
+  for (size_t i = 48; described && i < 52; ++i) {
+    bits = bits << 8 | static_cast<unsigned char>(head[i]);
+  }
   std::cout << file << "\n";
-  PrintCafSummary(reader, isFloat, std::cout);
-  PrintPeak(reader, std::cout);
+  PrintCafSummary(reader, isFloat, bits, std::cout);
+  // The reader converts what a WAVE reader converts; other samples are left as zeros.
+  if (isFloat ? bits == 32 : bits == 16 || bits == 24 || bits == 32) {
+    PrintPeak(reader, std::cout);
+  } else {
+    std::cout << "   peak:      not measured (" << bits << "-bit "
+              << (isFloat ? "float" : "integer") << " samples are not decoded)\n";
+  }
   return k_exitSuccess;
 }
 

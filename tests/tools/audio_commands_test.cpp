@@ -286,6 +286,15 @@ TEST(QobaseInfo, NamesFormatsAndMasksAsTheOtherToolsDo) {
        {"-c", "1", "-b", "24"},
        "linear PCM, 24-bit integer",
        "1 channel, speakers FC (mask 0x4)"},
+      // Samples the reader does not convert are not measured (they once gave "0 (silence)").
+      {"float64.caf",
+       {"-c", "1", "-b", "64", "-e", "floating-point"},
+       "linear PCM, 64-bit float",
+       "1 channel, speakers FC (mask 0x4)"},
+      {"int8.caf",
+       {"-c", "1", "-b", "8", "-e", "signed-integer"},
+       "linear PCM, 8-bit integer",
+       "1 channel, speakers FC (mask 0x4)"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -307,6 +316,9 @@ TEST(QobaseInfo, NamesFormatsAndMasksAsTheOtherToolsDo) {
     }
     // Samples decode to the level sox measures (32-bit integers once came out as garbage floats).
     const std::string peak = Find(run.out, "peak: +([0-9.]+) ");
+    const bool decoded = c.format.find("64-bit") == std::string::npos &&
+                         c.format.find(" 8-bit") == std::string::npos;
+    EXPECT_EQ(peak != "(none)", decoded) << run.out;
     if (peak != "(none)") {
       // sox misreads float CAF; libsndfile turns it into a WAVE file sox measures right.
       std::string measured = file;
