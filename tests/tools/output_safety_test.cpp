@@ -308,3 +308,30 @@ TEST(QobaseOutputs, LongNamesProtectedFilesAndClosedStandardError) {
   EXPECT_EQ(qotest::ReadFileBytes(dir.File("locked.wav")), "protected");
   EXPECT_EQ(Names(dir.Path()).size(), 4u);  // in, the long name, quiet, locked: no leftovers
 }
+
+// A file the user may not read is named so by every command, not taken for a bad file.
+TEST(QobaseOutputs, UnreadableInputsAreNamedSo) {
+  qotest::TempDir dir;
+  ASSERT_EQ(chmod(dir.Path().c_str(), 0777), 0);
+  const std::string locked = dir.File("locked");
+  ASSERT_TRUE(qotest::WriteFileBytes(locked, SmallWave(10)));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("s.xsd"), "<a/>"));
+  ASSERT_EQ(chmod(locked.c_str(), 0), 0);
+  qotest::RunOptions user;
+  user.asOrdinaryUser = true;
+  const std::vector<std::vector<std::string>> commands = {
+      {"info", locked},
+      {"addmarkers", locked, dir.File("out.wav"), "1"},
+      {"midi", locked},
+      {"xml", "tojson", locked},
+      {"xml", "validate", dir.File("s.xsd"), locked},
+      {"base64", "encode", locked},
+  };
+  for (const auto& args : commands) {
+    SCOPED_TRACE(args.front());
+    const qotest::RunResult run = RunQobase(args, user);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "qobase: " + locked + ": Permission denied\n");
+  }
+  EXPECT_EQ(Names(dir.Path()), (std::vector<std::string>{"locked", "s.xsd"}));
+}
