@@ -2,6 +2,7 @@
 #include <qobase/audio/caf_reader.h>
 #include <qobase/audio/wav_file_reader.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -40,6 +41,43 @@ void PrintPeak(QoAudioFileReader& reader, std::ostream& out) {
   out << "   peak:      " << text << "\n";
 }
 
+// What the data chunk's own head claims, against what the file holds and what the reader takes:
+// a copy cut short holds less than its head gives, and a RIFF size that ends inside the samples
+// makes the reader stop there while other programs read them all. Empty when all three agree.
+std::string DataChunkWarning(const std::string& file, const QoWavFileReader& reader) {
+  const unsigned int blockAlign = reader.GetFormat()->nBlockAlign;
+  const unsigned long long offset = reader.GetDataOffset();
+  std::ifstream in(file, std::ios::binary | std::ios::ate);
+  const long long fileSize = static_cast<long long>(in.tellg());
+  unsigned char head[4];
+  if (blockAlign == 0 || offset < 8 || fileSize < static_cast<long long>(offset) ||
+      !in.seekg(static_cast<std::streamoff>(offset - 4)) ||
+      !in.read(reinterpret_cast<char*>(head), 4)) {
+    return "";
+  }
+  const unsigned long long claimed =
+      reader.IsByteSwapped()
+          ? (0ull + head[0]) << 24 | (0ull + head[1]) << 16 | (0ull + head[2]) << 8 | head[3]
+          : (0ull + head[3]) << 24 | (0ull + head[2]) << 16 | (0ull + head[1]) << 8 | head[0];
+  const unsigned long long present =
+      std::min(claimed, static_cast<unsigned long long>(fileSize) - offset);
+  if (reader.GetDataSize() < present) {
+    return "the RIFF size ends inside the data chunk: the library reads " +
+           std::to_string(reader.GetDataSize() / blockAlign) + " of the " +
+           std::to_string(present / blockAlign) + " frames it holds, which other programs play";
+  }
+  if (claimed == 0xFFFFFFFF) {
+    return "the data chunk's size is unset (0xFFFFFFFF, as a program writing a stream leaves "
+           "it): it holds " +
+           std::to_string(present / blockAlign) + " frames";
+  }
+  if (present < claimed) {
+    return "the data chunk is cut short: it holds " + std::to_string(present / blockAlign) +
+           " of the " + std::to_string(claimed / blockAlign) + " frames its header gives";
+  }
+  return "";
+}
+
 int InfoWav(const std::string& file) {
   QoWavFileReader reader;
   // Standard extensible files (sox, libsndfile and most software write them) are read by their
@@ -61,6 +99,8 @@ int InfoWav(const std::string& file) {
     std::cout << "   peak:      not measured (" << FormatName(facts, reader.IsFloat()) << " "
               << SampleText(facts, reader.IsFloat()) << " samples are not decoded)\n";
   }
+  const std::string warning = DataChunkWarning(file, reader);
+  if (!warning.empty()) std::cerr << "qobase: " << file << ": warning: " << warning << "\n";
   return k_exitSuccess;
 }
 

@@ -386,3 +386,38 @@ TEST(QobaseInfo, NamesTheLibrarysOwnRecords) {
     EXPECT_EQ(Find(run.out, "peak: +([0-9][^\n]+)").substr(0, c.peak.size()), c.peak);
   }
 }
+
+// Where the data chunk's head, the file and the RIFF size disagree, info says so beside what the
+// library reads: a copy cut short, a RIFF size ending inside the samples (sox and libsndfile play
+// all of them), and a size left unset by a streaming writer.
+TEST(QobaseInfo, WarnsWhereTheDataChunkAndTheFileDisagree) {
+  qotest::TempDir dir;
+  std::string riffShort = MonoPcm16(100);
+  riffShort.replace(4, 4, qotest::U32(4 + 24 + 8 + 20));
+  const struct {
+    std::string name, bytes, frames, warning;
+  } cases[] = {
+      {"cut.wav", MonoPcm16(100).substr(0, 44 + 120), "60",
+       "the data chunk is cut short: it holds 60 of the 100 frames its header gives"},
+      {"riff.wav", riffShort, "10",
+       "the RIFF size ends inside the data chunk: the library reads 10 of the 100 frames it "
+       "holds, which other programs play"},
+      {"stream.wav",
+       qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 16)) +
+                    qotest::ChunkWithSize("data", 0xFFFFFFFF, qotest::Pcm16Samples(30))),
+       "30",
+       "the data chunk's size is unset (0xFFFFFFFF, as a program writing a stream leaves it): it "
+       "holds 30 frames"},
+      {"whole.wav", MonoPcm16(100), "100", ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    ASSERT_TRUE(qotest::WriteFileBytes(dir.File(c.name), c.bytes));
+    const qotest::RunResult run = RunQobase({"info", dir.File(c.name)});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(Find(run.out, "frames: +([0-9]+)"), c.frames);
+    EXPECT_EQ(run.err, c.warning.empty()
+                           ? ""
+                           : "qobase: " + dir.File(c.name) + ": warning: " + c.warning + "\n");
+  }
+}
