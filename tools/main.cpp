@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <iostream>
+#include <new>
 #include <string>
 
 #include "command.h"
@@ -73,6 +74,11 @@ int main(int argc, char** argv) {
     code = app.exit(request);
   } catch (const CLI::ParseError& error) {
     code = ReportUsageError(app, error);
+  } catch (const std::bad_alloc&) {
+    // Caught here, the stack unwinds: an output being written removes its temporary file.
+    std::string command = CommandPath(DeepestParsed(app));
+    command.erase(0, command.find(' ') + 1);
+    code = Fail(command, "not enough memory for this input");
   }
   return FinishStandardOutput(code);
 }

@@ -171,3 +171,29 @@ TEST(QobaseMidi, ConvertWritesTheLibrarysStream) {
                          std::to_string(expected.size()) + " bytes)\n");
   EXPECT_EQ(qotest::MidiToHex(qotest::ReadFileBytes(out)), qotest::MidiToHex(expected));
 }
+
+// A file larger than the memory allowed ends with a plain line and exit 1, and the output's
+// temporary file is removed (the program once aborted on the allocation failure).
+TEST(QobaseMidi, RunningOutOfMemoryFailsCleanly) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the address sanitizer cannot run under an address-space limit";
+#endif
+  qotest::TempDir dir;
+  std::string track = qotest::MidiTrack("0 90 3C 64");
+  track.reserve(track.size() + 3 * 7000000 + 4);
+  for (int i = 0; i < 7000000; ++i) track += "\x01\x3C\x40";
+  track += qotest::MidiTrack("0 FF 2F 00");
+  const std::string file = dir.File("huge.mid");
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      file, qotest::MidiHeader(0, 1, 96) + qotest::MidiChunk("MTrk", track)));
+  qotest::RunOptions small;
+  small.memoryLimit = 200ll << 20;
+  for (const bool convert : {false, true}) {
+    std::vector<std::string> args{"midi", file};
+    if (convert) args.insert(args.end(), {"--convert", dir.File("out.q")});
+    const qotest::RunResult run = RunQobase(args, small);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "qobase: midi: not enough memory for this input\n");
+  }
+  EXPECT_EQ(qotest::RunProgram({"ls", "-A", dir.Path()}).out, "huge.mid\n");
+}

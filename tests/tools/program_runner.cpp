@@ -30,6 +30,11 @@ double Now() {
     signal(SIGXFSZ, SIG_IGN);
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(125);
   }
+  if (options.memoryLimit >= 0) {
+    const rlimit limit{static_cast<rlim_t>(options.memoryLimit),
+                       static_cast<rlim_t>(options.memoryLimit)};
+    if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(125);
+  }
   if (options.stdoutToDevFull) {
     out = open("/dev/full", O_WRONLY);
     if (out < 0) _exit(125);
