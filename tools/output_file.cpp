@@ -167,6 +167,9 @@ bool OutputFile::Create(const std::string& path, const std::vector<std::string>&
     return false;
   }
   m_mode = exists ? static_cast<unsigned int>(existing.st_mode & 07777) : NewFileMode();
+  m_replaces = exists;
+  m_owner = existing.st_uid;
+  m_group = existing.st_gid;
   m_writeError = 0;
   return true;
 }
@@ -191,6 +194,11 @@ bool OutputFile::Commit(std::string& reason) {
     error = errno != 0 ? errno : EIO;
   }
   const int descriptor = fileno(m_stream);
+  // The replaced file's owner and group stay where the user may set them (root may set any;
+  // others keep their own, or a group they belong to); what cannot be kept is no failure.
+  if (error == 0 && m_replaces && fchown(descriptor, m_owner, m_group) != 0 &&
+      fchown(descriptor, static_cast<uid_t>(-1), m_group) != 0) {
+  }
   if (error == 0 && fchmod(descriptor, static_cast<mode_t>(m_mode)) != 0) error = errno;
   if (error == 0 && fsync(descriptor) != 0) error = errno;
   FILE* stream = m_stream;

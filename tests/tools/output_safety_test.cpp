@@ -212,12 +212,17 @@ TEST(QobaseOutputs, AFailedWriteLeavesNothingBehind) {
                                        : (std::vector<std::string>{"in.mid", "in.wav"}));
       if (existing) {
         EXPECT_EQ(qotest::ReadFileBytes(dir.File("out.bin")), "the user's file");
-        // A successful run replaces it and keeps its permission bits.
+        // A successful run replaces it and keeps its permission bits, and its owner where the
+        // user may give the file away (root may: the result once became root's file).
+        const bool givenAway = chown(dir.File("out.bin").c_str(), 65534, 65534) == 0;
         const qotest::RunResult replaced = RunQobase(args);
         EXPECT_EQ(replaced.exitCode, 0) << replaced.err;
         struct stat info;
         ASSERT_EQ(stat(dir.File("out.bin").c_str(), &info), 0);
         EXPECT_EQ(info.st_mode & 07777, 0640u);
+        if (givenAway) {
+          EXPECT_EQ(std::make_pair(info.st_uid, info.st_gid), std::make_pair(65534u, 65534u));
+        }
         EXPECT_NE(qotest::ReadFileBytes(dir.File("out.bin")), "the user's file");
         ASSERT_EQ(unlink(dir.File("out.bin").c_str()), 0);
       }
