@@ -142,7 +142,13 @@ int RunAddMarkers(const AddMarkersOptions& options) {
   if (!loss.empty()) return Fail(in, "cannot be edited without loss: " + loss);
   WaveFormatExtensible format;
   wav.GetFormat(&format);
-  if (format.nBlockAlign == 0) return Fail(in, "the format gives a block size of 0");
+  // A frame as the file stores it: a channel mask with speaker bits beyond its channels makes
+  // the library count more channels (and a larger frame) than the format chunk gives.
+  const QoWaveFormatFacts& stored = wav.GetStoredFormat();
+  const unsigned int blockAlign = stored.numChannels != format.nChannels && stored.blockAlign != 0
+                                      ? stored.blockAlign
+                                      : format.nBlockAlign;
+  if (blockAlign == 0) return Fail(in, "the format gives a block size of 0");
 
   // Markers must lie on samples the file really holds: a data chunk cut short by a truncated
   // copy claims more than is there.
@@ -153,11 +159,11 @@ int RunAddMarkers(const AddMarkersOptions& options) {
       stat(in.c_str(), &info) == 0 && static_cast<unsigned long long>(info.st_size) > offset
           ? std::min(claimed, static_cast<unsigned long long>(info.st_size) - offset)
           : 0;
-  const unsigned long long frames = present / format.nBlockAlign;
+  const unsigned long long frames = present / blockAlign;
   if (present < claimed) {
     // The copy keeps what is there and writes the size it copied.
     std::cerr << "qobase: " << in << ": warning: the data chunk is cut short: it holds " << frames
-              << " of the " << claimed / format.nBlockAlign
+              << " of the " << claimed / blockAlign
               << " frames its header gives; only those are copied\n";
   }
 

@@ -63,11 +63,12 @@ void PrintWavSummary(const QoWavFileReader& reader, std::ostream& out) {
   out << "   format:    " << FormatName(facts, reader.IsFloat()) << ", "
       << SampleText(facts, reader.IsFloat()) << ", " << f.nSamplesPerSec << " Hz, block align "
       << f.nBlockAlign << "\n";
-  if (facts.hasExtensibleFields && !IsLibraryRecord(facts) && facts.channelMask != 0) {
-    // The mask the file names; the library's configuration moves some speakers (a rear pair
-    // without sides plays on the sides), which is said only when it differs. A format read the
-    // default way has a configuration taken from other bytes, which says nothing about this.
-    out << "   channels:  " << ChannelCount(f.nChannels) << ", speakers "
+  if (facts.hasExtensibleFields && !IsLibraryRecord(facts)) {
+    // The mask the file names (0, "none", included); the library's configuration moves some
+    // speakers (a rear pair without sides plays on the sides, no mask plays the default ones),
+    // which is said only when it differs. A format read the default way has a configuration
+    // taken from other bytes, which says nothing about this.
+    out << "   channels:  " << ChannelCount(facts.numChannels) << ", speakers "
         << SpeakerNames(facts.channelMask) << " (mask " << Hex(facts.channelMask) << ")";
     if (facts.standardLayoutUsed &&
         QO::GetChannelConfigType(f.channelConfig) == QO::k_channelConfigStandard &&

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <vector>
 
 #include "audio_summary.h"
 #include "command.h"
@@ -99,8 +100,16 @@ int InfoWav(const std::string& file) {
     std::cout << "   peak:      not measured (" << FormatName(facts, reader.IsFloat()) << " "
               << SampleText(facts, reader.IsFloat()) << " samples are not decoded)\n";
   }
-  const std::string warning = DataChunkWarning(file, reader);
-  if (!warning.empty()) std::cerr << "qobase: " << file << ": warning: " << warning << "\n";
+  std::vector<std::string> warnings;
+  if (reader.GetFormat()->nChannels != facts.numChannels) {
+    warnings.push_back("the library reads " + ChannelCount(reader.GetFormat()->nChannels) +
+                       " from the channel mask, where the format chunk gives " +
+                       ChannelCount(facts.numChannels) + " (as other programs read it)");
+  }
+  warnings.push_back(DataChunkWarning(file, reader));
+  for (const std::string& warning : warnings) {
+    if (!warning.empty()) std::cerr << "qobase: " << file << ": warning: " << warning << "\n";
+  }
   return k_exitSuccess;
 }
 

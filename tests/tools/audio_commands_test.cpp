@@ -366,9 +366,17 @@ TEST(QobaseInfo, NamesTheLibrarysOwnRecords) {
                                     false, 1, 8000, 16, 16, 4,
                                     {2, 0, 0x10, {0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71}})) +
           qotest::Chunk("data", qotest::Pcm16Samples(10)))));
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      dir.File("nomask.wav"),
+      qotest::Riff(qotest::Chunk("fmt ", qotest::StandardExtensibleBody(false, 2, 8000, 16, 16, 0,
+                                                                        ks_dataformat_pcm)) +
+                   qotest::Chunk("data", qotest::Pcm16Samples(200)))));
   const struct {
     std::string file, format, channels, peak;
   } cases[] = {
+      // A published extensible file that names no speakers says so.
+      {"nomask.wav", "extensible (PCM), 16-bit integer",
+       "2 channels, speakers none (mask 0x0), played as FL FR", "0.006104"},
       {"compact.wav", "extensible (QOBase compact record, PCM), 16-bit integer",
        "2 channels, speakers FL FR (mask 0x3)", "0.006104"},
       {"record.wav", "extensible (QOBase 44-byte record, IEEE float), 32-bit float",
@@ -394,9 +402,17 @@ TEST(QobaseInfo, WarnsWhereTheDataChunkAndTheFileDisagree) {
   qotest::TempDir dir;
   std::string riffShort = MonoPcm16(100);
   riffShort.replace(4, 4, qotest::U32(4 + 24 + 8 + 20));
+  // Two channels whose mask has a third bit beyond the speakers the count is checked against.
+  const std::string maskedStereo = qotest::Riff(
+      qotest::Chunk("fmt ", qotest::StandardExtensibleBody(false, 2, 8000, 16, 16, 0x80000003,
+                                                           ks_dataformat_pcm)) +
+      qotest::Chunk("data", qotest::Pcm16Samples(1200)));
   const struct {
     std::string name, bytes, frames, warning;
   } cases[] = {
+      {"mask.wav", maskedStereo, "400",
+       "the library reads 3 channels from the channel mask, where the format chunk gives 2 "
+       "channels (as other programs read it)"},
       {"cut.wav", MonoPcm16(100).substr(0, 44 + 120), "60",
        "the data chunk is cut short: it holds 60 of the 100 frames its header gives"},
       {"riff.wav", riffShort, "10",
@@ -420,4 +436,8 @@ TEST(QobaseInfo, WarnsWhereTheDataChunkAndTheFileDisagree) {
                            ? ""
                            : "qobase: " + dir.File(c.name) + ": warning: " + c.warning + "\n");
   }
+  // addmarkers counts the frames the format chunk gives: 600 stereo frames, not 400.
+  const qotest::RunResult marked =
+      RunQobase({"addmarkers", dir.File("mask.wav"), dir.File("marked.wav"), "599"});
+  EXPECT_EQ(marked.exitCode, 0) << marked.err;
 }
