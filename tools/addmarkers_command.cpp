@@ -79,8 +79,12 @@ std::string ChunkName(uint32_t id) {
 std::string WhatAnEditWouldLose(const QoWavFile& wav, bool compact) {
   const QoWaveFormatFacts& facts = wav.GetStoredFormat();
   if (compact && !IsIntegerPcm(facts)) {
-    return "--compact can only state integer PCM; leave it out to keep the " + FormatName(facts) +
-           " format as it is";
+    return "--compact can only state integer PCM; leave it out to keep the format as it is";
+  }
+  // The compact chunk has no format tag: readers take every 32-bit format in it for float.
+  if (compact && facts.bitsPerSample == 32) {
+    return "--compact would turn 32-bit integer samples into float ones (the compact format "
+           "chunk takes every 32-bit format for float); leave it out to keep them integers";
   }
   const unsigned int dropped = wav.GetDroppedOnLoad();
   if (dropped & QO::k_droppedListSubChunks) {
@@ -125,11 +129,26 @@ int RunAddMarkers(const AddMarkersOptions& options) {
   QoWavFile wav;
   wav.SetStandardExtensibleLayout(true);
   if (!wav.Open(zu::Path(in), false)) return Fail(in, "not a WAVE file that can be edited");
+  // A size that runs past the 4 GiB a RIFF file can address (0xFFFFFFFF from a writer that
+  // streamed the file) sends the editor's chunk walk on into the samples, where it would take
+  // sample bytes for chunks.
+  if (static_cast<unsigned long long>(wav.m_dataChunk.GetDataOffset()) + wav.m_dataChunk.GetSize() >
+      0xFFFFFFFFull) {
+    return Fail(in,
+                "its data chunk claims more bytes than a WAVE file can hold (a size left unset "
+                "by a program that wrote it as a stream); rewrite it with its real size first");
+  }
   const std::string loss = WhatAnEditWouldLose(wav, options.compact);
   if (!loss.empty()) return Fail(in, "cannot be edited without loss: " + loss);
   WaveFormatExtensible format;
   wav.GetFormat(&format);
-  if (format.nBlockAlign == 0) return Fail(in, "the format gives a block size of 0");
+  // A frame as the file stores it: a channel mask with speaker bits beyond its channels makes
+  // the library count more channels (and a larger frame) than the format chunk gives.
+  const QoWaveFormatFacts& stored = wav.GetStoredFormat();
+  const unsigned int blockAlign = stored.numChannels != format.nChannels && stored.blockAlign != 0
+                                      ? stored.blockAlign
+                                      : format.nBlockAlign;
+  if (blockAlign == 0) return Fail(in, "the format gives a block size of 0");
 
   // Markers must lie on samples the file really holds: a data chunk cut short by a truncated
   // copy claims more than is there.
@@ -140,11 +159,11 @@ int RunAddMarkers(const AddMarkersOptions& options) {
       stat(in.c_str(), &info) == 0 && static_cast<unsigned long long>(info.st_size) > offset
           ? std::min(claimed, static_cast<unsigned long long>(info.st_size) - offset)
           : 0;
-  const unsigned long long frames = present / format.nBlockAlign;
+  const unsigned long long frames = present / blockAlign;
   if (present < claimed) {
     // The copy keeps what is there and writes the size it copied.
     std::cerr << "qobase: " << in << ": warning: the data chunk is cut short: it holds " << frames
-              << " of the " << claimed / format.nBlockAlign
+              << " of the " << claimed / blockAlign
               << " frames its header gives; only those are copied\n";
   }
 

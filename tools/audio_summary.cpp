@@ -60,21 +60,26 @@ void PrintWavSummary(const QoWavFileReader& reader, std::ostream& out) {
   const QoWaveFormatFacts& facts = reader.GetStoredFormat();
   out << "   container: " << (reader.IsByteSwapped() ? "RIFX (big-endian)" : "RIFF (little-endian)")
       << " WAVE\n";
-  out << "   format:    " << FormatName(facts) << ", " << SampleText(facts) << ", "
-      << f.nSamplesPerSec << " Hz, block align " << f.nBlockAlign << "\n";
-  if (facts.hasExtensibleFields && facts.channelMask != 0) {
-    // The mask the file names; the library's configuration moves some speakers (a rear pair
-    // without sides plays on the sides), which is said only when it differs.
-    out << "   channels:  " << ChannelCount(f.nChannels) << ", speakers "
+  out << "   format:    " << FormatName(facts, reader.IsFloat()) << ", "
+      << SampleText(facts, reader.IsFloat()) << ", " << f.nSamplesPerSec << " Hz, block align "
+      << f.nBlockAlign << "\n";
+  if (facts.hasExtensibleFields && !IsLibraryRecord(facts)) {
+    // The mask the file names (0, "none", included); the library's configuration moves some
+    // speakers (a rear pair without sides plays on the sides, no mask plays the default ones),
+    // which is said only when it differs. A format read the default way has a configuration
+    // taken from other bytes, which says nothing about this.
+    out << "   channels:  " << ChannelCount(facts.numChannels) << ", speakers "
         << SpeakerNames(facts.channelMask) << " (mask " << Hex(facts.channelMask) << ")";
-    if (QO::GetChannelConfigType(f.channelConfig) == QO::k_channelConfigStandard &&
+    if (facts.standardLayoutUsed &&
+        QO::GetChannelConfigType(f.channelConfig) == QO::k_channelConfigStandard &&
         QO::GetChannelConfigMask(f.channelConfig) != facts.channelMask) {
       out << ", played as " << SpeakerNames(QO::GetChannelConfigMask(f.channelConfig));
     }
     out << "\n";
   } else {
+    // Plain PCM and float name no speakers; an extensible format or library record does.
     out << "   channels:  " << ChannelsText(f.channelConfig, f.nChannels)
-        << (facts.hasExtensibleFields ? "" : ", by default (the file stores no mask)") << "\n";
+        << (facts.formatTag == 0xFFFE ? "" : ", by default (the file stores no mask)") << "\n";
   }
   PrintLength(reader, out);
   if (reader.ChunksRead() & QO::k_chunkSmpl) {
@@ -91,12 +96,12 @@ void PrintWavSummary(const QoWavFileReader& reader, std::ostream& out) {
   }
 }
 
-void PrintCafSummary(const QoCAFFileReader& reader, bool isFloat, std::ostream& out) {
+void PrintCafSummary(const QoCAFFileReader& reader, bool isFloat, unsigned int bits,
+                     std::ostream& out) {
   const WaveFormatExtensible& f = *reader.GetFormat();
   out << "   container: CAF (Core Audio Format)\n";
-  out << "   format:    linear PCM, " << f.wBitsPerSample << "-bit "
-      << (isFloat ? "float" : "integer") << ", " << f.nSamplesPerSec << " Hz, block align "
-      << f.nBlockAlign << "\n";
+  out << "   format:    linear PCM, " << bits << "-bit " << (isFloat ? "float" : "integer") << ", "
+      << f.nSamplesPerSec << " Hz, block align " << f.nBlockAlign << "\n";
   out << "   channels:  " << ChannelsText(f.channelConfig, f.nChannels) << "\n";
   PrintLength(reader, out);
 }

@@ -11,8 +11,10 @@ class QoWavFileReader;
 namespace qobase_tool {
 
 void PrintWavSummary(const QoWavFileReader& reader, std::ostream& out);
-// `isFloat` from the file's description: the reader does not tell.
-void PrintCafSummary(const QoCAFFileReader& reader, bool isFloat, std::ostream& out);
+// `isFloat` and `bits` from the file's description: the reader tells neither for every format
+// (it gives 0 bits for 64-bit float).
+void PrintCafSummary(const QoCAFFileReader& reader, bool isFloat, unsigned int bits,
+                     std::ostream& out);
 
 // The largest absolute sample value, read through the reader's float conversion from the first
 // frame; false when the samples cannot be read.

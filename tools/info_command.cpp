@@ -2,11 +2,13 @@
 #include <qobase/audio/caf_reader.h>
 #include <qobase/audio/wav_file_reader.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <vector>
 
 #include "audio_summary.h"
 #include "command.h"
@@ -40,6 +42,43 @@ void PrintPeak(QoAudioFileReader& reader, std::ostream& out) {
   out << "   peak:      " << text << "\n";
 }
 
+// What the data chunk's own head claims, against what the file holds and what the reader takes:
+// a copy cut short holds less than its head gives, and a RIFF size that ends inside the samples
+// makes the reader stop there while other programs read them all. Empty when all three agree.
+std::string DataChunkWarning(const std::string& file, const QoWavFileReader& reader) {
+  const unsigned int blockAlign = reader.GetFormat()->nBlockAlign;
+  const unsigned long long offset = reader.GetDataOffset();
+  std::ifstream in(file, std::ios::binary | std::ios::ate);
+  const long long fileSize = static_cast<long long>(in.tellg());
+  unsigned char head[4];
+  if (blockAlign == 0 || offset < 8 || fileSize < static_cast<long long>(offset) ||
+      !in.seekg(static_cast<std::streamoff>(offset - 4)) ||
+      !in.read(reinterpret_cast<char*>(head), 4)) {
+    return "";
+  }
+  const unsigned long long claimed =
+      reader.IsByteSwapped()
+          ? (0ull + head[0]) << 24 | (0ull + head[1]) << 16 | (0ull + head[2]) << 8 | head[3]
+          : (0ull + head[3]) << 24 | (0ull + head[2]) << 16 | (0ull + head[1]) << 8 | head[0];
+  const unsigned long long present =
+      std::min(claimed, static_cast<unsigned long long>(fileSize) - offset);
+  if (reader.GetDataSize() < present) {
+    return "the RIFF size ends inside the data chunk: the library reads " +
+           std::to_string(reader.GetDataSize() / blockAlign) + " of the " +
+           std::to_string(present / blockAlign) + " frames it holds, which other programs play";
+  }
+  if (claimed == 0xFFFFFFFF) {
+    return "the data chunk's size is unset (0xFFFFFFFF, as a program writing a stream leaves "
+           "it): it holds " +
+           std::to_string(present / blockAlign) + " frames";
+  }
+  if (present < claimed) {
+    return "the data chunk is cut short: it holds " + std::to_string(present / blockAlign) +
+           " of the " + std::to_string(claimed / blockAlign) + " frames its header gives";
+  }
+  return "";
+}
+
 int InfoWav(const std::string& file) {
   QoWavFileReader reader;
   // Standard extensible files (sox, libsndfile and most software write them) are read by their
@@ -55,11 +94,21 @@ int InfoWav(const std::string& file) {
   std::cout << file << "\n";
   PrintWavSummary(reader, std::cout);
   const QoWaveFormatFacts& facts = reader.GetStoredFormat();
-  if (HasFloatConversion(facts)) {
+  if (HasFloatConversion(facts, reader.IsFloat())) {
     PrintPeak(reader, std::cout);
   } else {
-    std::cout << "   peak:      not measured (" << FormatName(facts) << " " << SampleText(facts)
-              << " samples are not decoded)\n";
+    std::cout << "   peak:      not measured (" << FormatName(facts, reader.IsFloat()) << " "
+              << SampleText(facts, reader.IsFloat()) << " samples are not decoded)\n";
+  }
+  std::vector<std::string> warnings;
+  if (reader.GetFormat()->nChannels != facts.numChannels) {
+    warnings.push_back("the library reads " + ChannelCount(reader.GetFormat()->nChannels) +
+                       " from the channel mask, where the format chunk gives " +
+                       ChannelCount(facts.numChannels) + " (as other programs read it)");
+  }
+  warnings.push_back(DataChunkWarning(file, reader));
+  for (const std::string& warning : warnings) {
+    if (!warning.empty()) std::cerr << "qobase: " << file << ": warning: " << warning << "\n";
   }
   return k_exitSuccess;
 }
@@ -69,12 +118,23 @@ int InfoCaf(const std::string& file, const std::string& head) {
   if (!reader.Open(file.c_str()) || !reader.ReadChunks(QO::k_chunkFmt | QO::k_chunkData)) {
     return Fail(file, "not a CAF file of linear PCM samples that can be read");
   }
-  // The description chunk comes first: format flags at body offset 12, bit 0 for float.
-  const bool isFloat = head.size() >= 36 && head.compare(8, 4, "desc") == 0 &&
-                       (static_cast<unsigned char>(head[35]) & 1) != 0;
+  // The description chunk comes first: format flags at body offset 12 (bit 0 for float), bits
+  // per channel at 28, big-endian.
+  const bool described = head.size() >= 52 && head.compare(8, 4, "desc") == 0;
+  const bool isFloat = described && (static_cast<unsigned char>(head[35]) & 1) != 0;
+  unsigned int bits = described ? 0 : reader.GetFormat()->wBitsPerSample;
+  for (size_t i = 48; described && i < 52; ++i) {
+    bits = bits << 8 | static_cast<unsigned char>(head[i]);
+  }
   std::cout << file << "\n";
-  PrintCafSummary(reader, isFloat, std::cout);
-  PrintPeak(reader, std::cout);
+  PrintCafSummary(reader, isFloat, bits, std::cout);
+  // The reader converts what a WAVE reader converts; other samples are left as zeros.
+  if (isFloat ? bits == 32 : bits == 16 || bits == 24 || bits == 32) {
+    PrintPeak(reader, std::cout);
+  } else {
+    std::cout << "   peak:      not measured (" << bits << "-bit "
+              << (isFloat ? "float" : "integer") << " samples are not decoded)\n";
+  }
   return k_exitSuccess;
 }
 

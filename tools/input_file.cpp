@@ -1,6 +1,8 @@
 #include "input_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -25,6 +27,14 @@ bool CheckInputFile(const std::string& path, std::string& reason) {
     reason = "not a regular file (a device, FIFO or socket cannot be read as one)";
     return false;
   }
+  // Asked now, a file that cannot be read is named so, instead of "not a WAVE file" or a
+  // parser's message later. Opening a regular file for reading changes nothing.
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) {
+    reason = std::strerror(errno);
+    return false;
+  }
+  close(descriptor);
   return true;
 }
 

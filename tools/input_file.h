@@ -7,8 +7,9 @@
 
 namespace qobase_tool {
 
-// True when `path` names an existing regular file; otherwise false with a reason such as
-// "No such file or directory" or "not a regular file".
+// True when `path` names an existing regular file that can be opened for reading; otherwise
+// false with a reason such as "No such file or directory", "Permission denied" or "not a regular
+// file".
 bool CheckInputFile(const std::string& path, std::string& reason);
 
 }  // namespace qobase_tool

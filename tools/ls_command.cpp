@@ -23,9 +23,30 @@ struct LsOptions {
 
 bool IsDotName(const std::string& name) { return !name.empty() && name[0] == '.'; }
 
+// `dir` with every run of '/' made one, as the recursive listing writes the paths it finds.
+std::string CollapsedSeparators(const std::string& dir) {
+  std::string collapsed;
+  for (const char c : dir) {
+    if (c != '/' || collapsed.empty() || collapsed.back() != '/') collapsed += c;
+  }
+  return collapsed;
+}
+
+// `dir` as a glob pattern that matches only itself: its wildcard characters (and a leading '~',
+// which the search would expand to a home folder) escaped with a backslash.
+std::string LiteralPattern(const std::string& dir) {
+  std::string pattern;
+  for (const char c : dir) {
+    if (c == '*' || c == '?' || c == '[' || c == ']' || c == '\\' || (c == '~' && pattern.empty()))
+      pattern += '\\';
+    pattern += c;
+  }
+  return pattern;
+}
+
 // The part of `path` below `dir` ("a/b.wav"), for the checks on each level of a found file.
 std::string BelowDir(const std::string& path, const std::string& dir) {
-  std::string rest = path.substr(std::min(path.size(), dir.size()));
+  std::string rest = path.substr(std::min(path.size(), CollapsedSeparators(dir).size()));
   while (!rest.empty() && rest[0] == '/') rest.erase(0, 1);
   return rest;
 }
@@ -75,7 +96,8 @@ int RunLs(const LsOptions& options) {
   std::vector<zu::Path> entries;
   for (const char* pattern : {"*", ".*"}) {
     if (!options.all && pattern[0] == '.') continue;
-    for (zu::PathFind find(zu::Path::Join({dir, pattern}).GetFullPath(), options.all);
+    for (zu::PathFind find(zu::Path::Join({LiteralPattern(dir), pattern}).GetFullPath(),
+                           options.all);
          find.HasNext();) {
       const zu::Path entry = find.Next();
       // ".*" also matches "." and "..", which come back as the folder and its parent.

@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <iostream>
+#include <new>
 #include <string>
 
 #include "command.h"
@@ -48,6 +49,7 @@ int ReportUsageError(const CLI::App& app, const CLI::ParseError& error) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  ReserveStandardDescriptors();
   // A write past a file size limit then fails with EFBIG and is reported like any other.
   std::signal(SIGXFSZ, SIG_IGN);
   InstallCheckedStandardOutput();
@@ -72,6 +74,11 @@ int main(int argc, char** argv) {
     code = app.exit(request);
   } catch (const CLI::ParseError& error) {
     code = ReportUsageError(app, error);
+  } catch (const std::bad_alloc&) {
+    // Caught here, the stack unwinds: an output being written removes its temporary file.
+    std::string command = CommandPath(DeepestParsed(app));
+    command.erase(0, command.find(' ') + 1);
+    code = Fail(command, "not enough memory for this input");
   }
   return FinishStandardOutput(code);
 }

@@ -18,8 +18,14 @@
 namespace qobase_tool {
 namespace {
 
-// The converter sizes its buffer at twice the file plus 1 KiB, in 32 bits.
+// The converted stream is held in 32-bit sizes, at up to four times the file (see below).
 constexpr uint64_t k_maxMidiFileSize = 512u * 1024u * 1024u;
+
+// The converted stream, in a buffer the parser writes and then walks.
+struct ConvertedStream {
+  std::unique_ptr<unsigned char[]> bytes;
+  unsigned int size = 0;
+};
 
 struct MidiOptions {
   std::string input;
@@ -61,22 +67,52 @@ int Validate(const std::string& path, const std::string& bytes, QoMidiParseAt& p
   return k_exitSuccess;
 }
 
+// Converts the validated file into a buffer of its own. The parser's own buffer (twice the file)
+// is too small for a file whose tempo slows down after the first one: a one-byte delta time can
+// grow to four bytes. An event of at least two bytes in the file (delta time and one data byte)
+// takes at most seven in the stream (four-byte delta, status, two data bytes), and a note left
+// on (at least three bytes) at most four more for its closing note-off, so four times the file
+// and the fixed closing events always fit. Pages never written are never touched.
+int ConvertWhole(const MidiOptions& options, QoMidiParseAt& parser, uint64_t fileSize,
+                 ConvertedStream& stream, QoMidiInfo& info) {
+  const uint64_t capacity = 4 * fileSize + 1024;
+  stream.bytes.reset(new unsigned char[capacity]);
+  stream.size = static_cast<unsigned int>(capacity);
+  if (!parser.Convert(stream.bytes.get(), stream.size) || !parser.GetMidiInfo(info)) {
+    return Fail(options.input, "cannot be converted");
+  }
+  return k_exitSuccess;
+}
+
+// The stream's delta times add up to its length unless one wrapped: a delta time is written
+// modulo 2^28 ticks, so a longer gap (after rounding to single precision) comes out short.
+bool DeltasAddUp(QoMidiParseAt& parser, const QoMidiInfo& info) {
+  uint64_t total = 0;
+  QoMidiEventEx event{};
+  unsigned int delta = 0;
+  if (!parser.ResetNextEvent()) return false;
+  while (parser.GetNextEvent(event, delta)) total += delta;
+  return total == info.lengthTicks;
+}
+
 int Convert(const MidiOptions& options, QoMidiParseAt& parser, uint64_t fileSize) {
   OutputFile out;
   std::string reason;
   if (!out.Create(options.output, {options.input}, reason)) return Fail(options.output, reason);
-  std::vector<unsigned char> stream(2 * fileSize + 1024);
-  unsigned int size = static_cast<unsigned int>(stream.size());
+  ConvertedStream stream;
   QoMidiInfo info{};
-  if (!parser.Convert(stream.data(), size) || !parser.GetMidiInfo(info)) {
-    return Fail(options.input, "cannot be converted");
+  if (const int code = ConvertWhole(options, parser, fileSize, stream, info)) return code;
+  if (!DeltasAddUp(parser, info)) {
+    return Fail(options.input,
+                "a gap between two events is 2^28 ticks or longer at the stream's tempo, more "
+                "than a delta time of the converted stream can hold");
   }
   // A failed write is remembered; Commit reports it and removes the temporary file.
-  out.Write(stream.data(), size);
+  out.Write(stream.bytes.get(), stream.size);
   if (!out.Commit(reason)) return Fail(options.output, reason);
   std::cout << options.input << ": " << info.numEvents << " events, " << info.lengthTicks
             << " ticks at " << FormatBpm(info.tempo) << " bpm converted to " << options.output
-            << " (" << size << " bytes)\n";
+            << " (" << stream.size << " bytes)\n";
   return k_exitSuccess;
 }
 
@@ -88,9 +124,9 @@ int List(const MidiOptions& options, const std::string& bytes, QoMidiParseAt& pa
   if (!ReadSmfHeader(bytes, header, reason) || !WalkSmf(bytes, fileEvents, reason)) {
     return Fail(options.input, reason);
   }
-  if (!parser.GetMidiInfo(info) || !parser.ResetNextEvent()) {
-    return Fail(options.input, "cannot be converted");
-  }
+  ConvertedStream stream;
+  if (const int code = ConvertWhole(options, parser, bytes.size(), stream, info)) return code;
+  if (!parser.ResetNextEvent()) return Fail(options.input, "cannot be converted");
   std::vector<QoMidiFile::QoMidiFileEvent> streamEvents;
   QoMidiEventEx event{};
   unsigned int delta = 0;

@@ -24,10 +24,16 @@ void RemovePendingAndDie(int signalNumber) {
   std::raise(signalNumber);
 }
 
+// Every signal whose default action ends the program, and which can reach it while it writes
+// (a closed pipe on standard error, a CPU or alarm limit, a user's kill); SIGXFSZ is ignored by
+// main so that a full disk is an ordinary write error.
+constexpr int k_endingSignals[] = {SIGINT,  SIGTERM, SIGHUP,  SIGPIPE,   SIGQUIT, SIGALRM,
+                                   SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM, SIGPROF};
+
 void TrackPending(const std::string& path) {
   static bool s_handlersInstalled = false;
   if (!s_handlersInstalled) {
-    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signalNumber : k_endingSignals) {
       // A signal the caller ignores (nohup, a background job) stays ignored.
       struct sigaction current;
       if (sigaction(signalNumber, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
@@ -88,6 +94,10 @@ bool OutputFile::Create(const std::string& path, const std::vector<std::string>&
     reason = "the output file name is empty";
     return false;
   }
+  if (path.back() == '/') {
+    reason = "names a folder (it ends with '/'); name the file to write";
+    return false;
+  }
   struct stat existing, link;
   const bool exists = stat(path.c_str(), &existing) == 0;
   if (!exists && lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
@@ -114,6 +124,12 @@ bool OutputFile::Create(const std::string& path, const std::vector<std::string>&
     }
   }
 
+  // A file its owner made read-only is left alone, as cp and sox leave it.
+  if (exists && access(path.c_str(), W_OK) != 0) {
+    reason = std::string("cannot be replaced: ") + std::strerror(errno);
+    return false;
+  }
+
   // A link keeps pointing at the file: the result replaces the file the link names.
   m_target = resolved;
   const std::string folder = FolderOf(m_target);
@@ -122,15 +138,27 @@ bool OutputFile::Create(const std::string& path, const std::vector<std::string>&
     reason = "its folder does not exist";
     return false;
   }
-  std::string pattern = folder + (folder == "/" ? "" : "/") + "." + NameOf(m_target) + ".XXXXXX";
+  // The temporary name is the target's with a dot before and seven characters after, cut so
+  // that a target name of the longest length a folder allows still gets one.
+  const std::string name = NameOf(m_target).substr(0, NAME_MAX - 8);
+  std::string pattern = folder + (folder == "/" ? "" : "/") + "." + name + ".XXXXXX";
+  // No signal between creating the file and recording it for the handler, or it would stay.
+  sigset_t ending, previous;
+  sigemptyset(&ending);
+  for (const int signalNumber : k_endingSignals) sigaddset(&ending, signalNumber);
+  sigprocmask(SIG_BLOCK, &ending, &previous);
   // mkstemp creates the file with O_CREAT | O_EXCL: it never opens a file someone else made.
   const int descriptor = mkostemp(&pattern[0], O_CLOEXEC);
+  const int createError = errno;
+  if (descriptor >= 0) {
+    m_temporary = pattern;
+    TrackPending(m_temporary);
+  }
+  sigprocmask(SIG_SETMASK, &previous, nullptr);
   if (descriptor < 0) {
-    reason = "cannot create a temporary file in " + folder + ": " + std::strerror(errno);
+    reason = "cannot create a temporary file in " + folder + ": " + std::strerror(createError);
     return false;
   }
-  m_temporary = pattern;
-  TrackPending(m_temporary);
   m_stream = fdopen(descriptor, "w+b");
   if (!m_stream) {
     reason = std::strerror(errno);
@@ -139,6 +167,9 @@ bool OutputFile::Create(const std::string& path, const std::vector<std::string>&
     return false;
   }
   m_mode = exists ? static_cast<unsigned int>(existing.st_mode & 07777) : NewFileMode();
+  m_replaces = exists;
+  m_owner = existing.st_uid;
+  m_group = existing.st_gid;
   m_writeError = 0;
   return true;
 }
@@ -163,6 +194,11 @@ bool OutputFile::Commit(std::string& reason) {
     error = errno != 0 ? errno : EIO;
   }
   const int descriptor = fileno(m_stream);
+  // The replaced file's owner and group stay where the user may set them (root may set any;
+  // others keep their own, or a group they belong to); what cannot be kept is no failure.
+  if (error == 0 && m_replaces && fchown(descriptor, m_owner, m_group) != 0 &&
+      fchown(descriptor, static_cast<uid_t>(-1), m_group) != 0) {
+  }
   if (error == 0 && fchmod(descriptor, static_cast<mode_t>(m_mode)) != 0) error = errno;
   if (error == 0 && fsync(descriptor) != 0) error = errno;
   FILE* stream = m_stream;

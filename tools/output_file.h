@@ -1,15 +1,18 @@
 // OutputFile: how every command writes a file. The result goes to a temporary file created
 // exclusively beside its target, is flushed and synced, and only then renamed into place, so a
-// full disk, a failed write or an interruption (SIGINT, SIGTERM, SIGHUP) never leaves a partial
-// file and never touches an existing one. A target that names one of the command's inputs (by
-// spelling, by resolved path, or through a symbolic or hard link) or that exists but is not a
-// regular file (a device, a FIFO, a directory) is refused before anything is created.
+// full disk, a failed write or a signal that ends the program (SIGINT, SIGTERM, SIGHUP, SIGPIPE,
+// ...) never leaves a partial file and never touches an existing one. A target that names one
+// of the command's inputs (by spelling, by resolved path, or through a symbolic or hard link),
+// that exists but is not a regular file (a device, a FIFO, a directory) or is write-protected,
+// or that ends with '/' is refused before anything is created.
 //
 //   OutputFile out;
 //   std::string reason;
 //   if (!out.Create(path, {input}, reason) || !out.Write(bytes, size) || !out.Commit(reason))
 //     return Fail(path, reason);
 #pragma once
+
+#include <sys/types.h>
 
 #include <cstddef>
 #include <cstdio>
@@ -36,8 +39,9 @@ class OutputFile {
   // Writes all bytes; false (and remembered, so Commit fails) when a write fails.
   bool Write(const void* data, size_t size);
 
-  // Flushes, syncs and closes the temporary file, gives it the permission bits of the file it
-  // replaces (or those a new file gets), and renames it over the target. False with a reason
+  // Flushes, syncs and closes the temporary file, gives it the permission bits (and, where
+  // allowed, the owner and group) of the file it replaces, or those a new file gets, and renames
+  // it over the target. False with a reason
   // when any step fails; the temporary file is then removed and the target left as it was.
   bool Commit(std::string& reason);
 
@@ -48,7 +52,10 @@ class OutputFile {
   std::string m_target;     // the file to replace (a symbolic link's target, resolved)
   std::string m_temporary;  // the temporary file beside it
   unsigned int m_mode = 0;  // permission bits for the result
-  int m_writeError = 0;     // errno of the first failed write
+  bool m_replaces = false;  // an existing file is replaced: keep its owner and group
+  uid_t m_owner = 0;
+  gid_t m_group = 0;
+  int m_writeError = 0;  // errno of the first failed write
 };
 
 // The canonical path of `path`: resolved with its links when it exists, otherwise its folder

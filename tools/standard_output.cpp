@@ -1,5 +1,6 @@
 #include "standard_output.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -58,6 +59,15 @@ CheckedDescriptorBuffer& Buffer() {
 std::streambuf* s_originalBuffer = nullptr;
 
 }  // namespace
+
+void ReserveStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) >= 0 || errno != EBADF) continue;
+    // open() returns the lowest free descriptor, which is this one.
+    const int reserved = open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    if (reserved >= 0 && reserved != descriptor) close(reserved);
+  }
+}
 
 void InstallCheckedStandardOutput() {
   if (!s_originalBuffer) s_originalBuffer = std::cout.rdbuf(&Buffer());

@@ -6,6 +6,12 @@
 
 namespace qobase_tool {
 
+// Makes sure descriptors 0, 1 and 2 are open before any file is: one the caller closed is taken by
+// /dev/null opened the wrong way round, so reading standard input or writing standard output or
+// error still fails as on a closed descriptor, and no file the program opens (an output being
+// written) can become standard error and take its messages. Call first thing in main.
+void ReserveStandardDescriptors();
+
 // Puts std::cout on the checked buffer; call once, first thing in main.
 void InstallCheckedStandardOutput();
 

@@ -1,10 +1,13 @@
 // qobase tempname: creates a uniquely named empty file in a directory and prints its path.
 #include <qobase/files/file_operation.h>
 
+#include <unistd.h>
+
 #include <iostream>
 #include <memory>
 
 #include "command.h"
+#include "standard_output.h"
 
 namespace qobase_tool {
 namespace {
@@ -21,13 +24,21 @@ int RunTempname(const TempnameOptions& options) {
       0) {
     return Fail(options.dir, "no temporary file could be created there");
   }
-  std::cout << created.GetFullPath() << "\n";
+  std::cout << created.GetFullPath() << "\n" << std::flush;
+  // A file whose name never reached the caller would be left for nobody: remove it. main then
+  // reports the standard output error.
+  if (!StandardOutputOk()) {
+    unlink(created.GetFullPath().c_str());
+    return k_exitFailure;
+  }
   return k_exitSuccess;
 }
 
 // An extension is part of one file name: it may not name a folder or be cut short by a NUL.
 std::string CheckExtension(const std::string& extension) {
   if (extension.find('/') != std::string::npos) return "the extension may not contain '/'";
+  // Four digits and a dot come before it in a name of at most 255 bytes.
+  if (extension.size() > 250) return "the extension is longer than a file name allows";
   return "";
 }
 

@@ -11,8 +11,9 @@ bool SameGuid(const QO::SonvoAuthoringAPI::QoGuid& a, const QO::SonvoAuthoringAP
 }
 
 // The tag a sub-format stands for (the GUID's first field for the published ones), or 0.
-uint16_t EffectiveTag(const QoWaveFormatFacts& facts) {
+uint16_t EffectiveTag(const QoWaveFormatFacts& facts, bool readsFloat) {
   if (facts.formatTag != 0xFFFE) return facts.formatTag;
+  if (IsLibraryRecord(facts)) return readsFloat ? 3 : 1;
   if (!facts.hasExtensibleFields) return 0;
   if (SameGuid(facts.subFormat, ks_dataformat_pcm)) return 1;
   if (SameGuid(facts.subFormat, ks_dataformat_ieee_float)) return 3;
@@ -44,13 +45,22 @@ std::string TagName(uint16_t tag) {
 
 }  // namespace
 
-std::string FormatName(const QoWaveFormatFacts& facts) {
+bool IsLibraryRecord(const QoWaveFormatFacts& facts) {
+  return facts.formatTag == 0xFFFE && !facts.standardLayoutUsed &&
+         (facts.bodySize == 24 || facts.bodySize >= 44);
+}
+
+std::string FormatName(const QoWaveFormatFacts& facts, bool readsFloat) {
   if (facts.formatTag != 0xFFFE) {
     const std::string name = TagName(facts.formatTag);
     return name.empty() ? "format tag " + Hex(facts.formatTag, 4) + " (not decoded)" : name;
   }
+  if (IsLibraryRecord(facts)) {
+    return std::string("extensible (QOBase ") + (facts.bodySize == 24 ? "compact" : "44-byte") +
+           " record, " + TagName(EffectiveTag(facts, readsFloat)) + ")";
+  }
   if (!facts.hasExtensibleFields) return "extensible (format body too short for its fields)";
-  const std::string name = TagName(EffectiveTag(facts));
+  const std::string name = TagName(EffectiveTag(facts, readsFloat));
   if (!name.empty()) return "extensible (" + name + ")";
   const QO::SonvoAuthoringAPI::QoGuid& g = facts.subFormat;
   char guid[64];
@@ -60,25 +70,27 @@ std::string FormatName(const QoWaveFormatFacts& facts) {
   return std::string("extensible (sub-format {") + guid + "}, not decoded)";
 }
 
-std::string SampleText(const QoWaveFormatFacts& facts) {
-  const uint16_t tag = EffectiveTag(facts);
+std::string SampleText(const QoWaveFormatFacts& facts, bool readsFloat) {
+  const uint16_t tag = EffectiveTag(facts, readsFloat);
   std::string text = std::to_string(facts.bitsPerSample) + "-bit";
   if (tag == 1) text += " integer";
   if (tag == 3) text += " float";
-  if (facts.hasExtensibleFields && facts.validBitsPerSample != 0 &&
+  if (facts.hasExtensibleFields && !IsLibraryRecord(facts) && facts.validBitsPerSample != 0 &&
       facts.validBitsPerSample != facts.bitsPerSample) {
     text += ", " + std::to_string(facts.validBitsPerSample) + " valid bits";
   }
   return text;
 }
 
-bool HasFloatConversion(const QoWaveFormatFacts& facts) {
-  const uint16_t tag = EffectiveTag(facts);
+bool HasFloatConversion(const QoWaveFormatFacts& facts, bool readsFloat) {
+  const uint16_t tag = EffectiveTag(facts, readsFloat);
   const unsigned int bits = facts.bitsPerSample;
   return (tag == 1 && (bits == 16 || bits == 24 || bits == 32)) || (tag == 3 && bits == 32);
 }
 
-bool IsIntegerPcm(const QoWaveFormatFacts& facts) { return EffectiveTag(facts) == 1; }
+bool IsIntegerPcm(const QoWaveFormatFacts& facts) {
+  return !IsLibraryRecord(facts) && EffectiveTag(facts, false) == 1;
+}
 
 std::string SpeakerNames(uint32_t mask) {
   static const char* const sa_speakers[] = {"FL",  "FR",  "FC",  "LFE", "BL",  "BR",

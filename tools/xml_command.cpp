@@ -118,7 +118,9 @@ void AddXml(CLI::App& parent) {
   CLI::App& tojson = *command.add_subcommand("tojson", "print FILE as JSON");
   tojson.footer(
       "Elements become members, attributes string members, text string values (\"#text\"\n"
-      "beside other members); sibling elements sharing a name become one array.");
+      "beside other members); members sharing a name (sibling elements, or an attribute and an\n"
+      "element) become one array. Names are given without their namespace prefix. A document\n"
+      "that uses entities it declares itself (&name;) is refused: they are not expanded.");
   tojson.add_option("FILE", options->file, "the XML document")->required();
   SetRunner(tojson, "qobase xml tojson FILE", [options] { return ToJson(*options); });
 }

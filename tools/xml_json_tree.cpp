@@ -17,27 +17,41 @@ std::string Trimmed(std::string message) {
 
 void WriteElement(const XmlTreeNode& node, QO::IXmlTextWriter& writer);
 
-// The element's members: attributes, then children grouped by name in order of first
-// appearance, then its text.
+// One member of an element: an attribute's value or a child element.
+struct Member {
+  const std::string* attributeValue;
+  const XmlTreeNode* child;
+};
+
+void WriteMember(const std::string& name, const Member& member, QO::IXmlTextWriter& writer) {
+  if (member.child) {
+    WriteElement(*member.child, writer);
+  } else {
+    writer.WriteAttributeString(name, *member.attributeValue);
+  }
+}
+
+// The element's members: attributes, then children, grouped by name in order of first
+// appearance, then its text. Every name is written once: members sharing one (children, or an
+// attribute and a child, or attributes whose prefixes the names leave out) become one array.
 void WriteContent(const XmlTreeNode& node, QO::IXmlTextWriter& writer) {
-  for (const auto& attribute : node.attributes) {
-    writer.WriteAttributeString(attribute.first, attribute.second);
-  }
   std::vector<std::string> order;
-  std::map<std::string, std::vector<const XmlTreeNode*>> byName;
-  for (const auto& child : node.children) {
-    auto& group = byName[child->name];
-    if (group.empty()) order.push_back(child->name);
-    group.push_back(child.get());
-  }
+  std::map<std::string, std::vector<Member>> byName;
+  const auto add = [&](const std::string& name, Member member) {
+    auto& group = byName[name];
+    if (group.empty()) order.push_back(name);
+    group.push_back(member);
+  };
+  for (const auto& attribute : node.attributes) add(attribute.first, {&attribute.second, nullptr});
+  for (const auto& child : node.children) add(child->name, {nullptr, child.get()});
   for (const std::string& name : order) {
     const auto& group = byName[name];
     if (group.size() == 1) {
-      WriteElement(*group.front(), writer);
+      WriteMember(name, group.front(), writer);
       continue;
     }
     writer.WriteStartElement(name, QO::XmlElementType::Array);
-    for (const XmlTreeNode* child : group) WriteElement(*child, writer);
+    for (const Member& member : group) WriteMember(name, member, writer);
     writer.WriteEndElement();
   }
   if (!node.text.empty()) writer.WriteString(node.text);
@@ -73,6 +87,11 @@ bool ReadXmlTree(const std::string& path, XmlTreeNode& root, std::string& reason
       case QO::k_xmlNodeEndElement:
         if (open.size() > 1) open.pop_back();
         break;
+      case QO::k_xmlNodeEntityReference:
+        // The reader leaves entities unexpanded; dropping one would drop its text unseen.
+        reason = "not converted: the entity reference &" + std::string(reader.GetName()) +
+                 "; would be left out (entities declared in the document are not expanded)";
+        return false;
       case QO::k_xmlNodeText:
       case QO::k_xmlNodeCData:
         if (open.size() > 1) open.back()->text += reader.GetValue();

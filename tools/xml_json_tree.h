@@ -20,12 +20,13 @@ struct XmlTreeNode {
 };
 
 // Reads the XML file into `root`. False with a reason (with the line of the problem) when it
-// is not well-formed.
+// is not well-formed, or uses an entity of its own (&name;), whose text the reader does not give.
 bool ReadXmlTree(const std::string& path, XmlTreeNode& root, std::string& reason);
 
 // Writes the tree through `writer` (a JSON writer): attributes and children become members,
-// children sharing a name one array of their values, text a string value or, beside other
-// members, a "#text" member. {"T":{"Track":["a","b"]}} for <T><Track>a</Track><Track>b</Track></T>.
+// members sharing a name (children, or an attribute and a child) one array of their values,
+// text a string value or, beside other members, a "#text" member. {"T":{"Track":["a","b"]}} for
+// <T><Track>a</Track><Track>b</Track></T>.
 void WriteXmlTree(const XmlTreeNode& root, QO::IXmlTextWriter& writer);
 
 }  // namespace qobase_tool

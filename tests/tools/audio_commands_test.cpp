@@ -8,8 +8,11 @@
 #include <fstream>
 #include <regex>
 
+#include <qobase/audio/wav_file_writer.h>
+
 #include "program_runner.h"
 #include "support/temp_dir.h"
+#include "support/wav_builder.h"
 #include "support/wav_edit_fixtures.h"
 
 using qotest::RunQobase;
@@ -179,6 +182,15 @@ TEST(QobaseAddMarkers, RefusesWhatItCannotKeepOrPlace) {
       dir.File("alaw.wav"),
       qotest::Riff(qotest::Chunk("fmt ", qotest::FmtBody(false, 6, 1, 8000, 8)) +
                    qotest::Chunk("data", std::string(100, 'x')))));
+  // A size left unset by a streaming writer, and 32-bit integers the compact chunk cannot state.
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      dir.File("stream.wav"),
+      qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 16)) +
+                   qotest::ChunkWithSize("data", 0xFFFFFFFF, qotest::Pcm16Samples(100)))));
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      dir.File("int32.wav"),
+      qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 32)) +
+                   qotest::Chunk("data", std::string(400, '\x11')))));
   const std::string lossless = ": cannot be edited without loss: ";
   const std::string cut = dir.File("cut.wav") +
                           ": warning: the data chunk is cut short: it holds 60 of the 100 frames "
@@ -199,8 +211,16 @@ TEST(QobaseAddMarkers, RefusesWhatItCannotKeepOrPlace) {
       {{"--compact", "alaw.wav", "out.wav", "1"},
        1,
        "alaw.wav" + lossless +
-           "--compact can only state integer PCM; leave it out to keep the "
-           "A-law format as it is\n"},
+           "--compact can only state integer PCM; leave it out to keep the format as it is\n"},
+      {{"--compact", "int32.wav", "out.wav", "1"},
+       1,
+       "int32.wav" + lossless +
+           "--compact would turn 32-bit integer samples into float ones (the compact format "
+           "chunk takes every 32-bit format for float); leave it out to keep them integers\n"},
+      {{"stream.wav", "out.wav", "1"},
+       1,
+       "stream.wav: its data chunk claims more bytes than a WAVE file can hold (a size left unset "
+       "by a program that wrote it as a stream); rewrite it with its real size first\n"},
       {{"mono.wav", "out.wav", "100"},
        1,
        "mono.wav: time 100 is past the last frame (the file has 100 frames)\n"},
@@ -266,6 +286,15 @@ TEST(QobaseInfo, NamesFormatsAndMasksAsTheOtherToolsDo) {
        {"-c", "1", "-b", "24"},
        "linear PCM, 24-bit integer",
        "1 channel, speakers FC (mask 0x4)"},
+      // Samples the reader does not convert are not measured (they once gave "0 (silence)").
+      {"float64.caf",
+       {"-c", "1", "-b", "64", "-e", "floating-point"},
+       "linear PCM, 64-bit float",
+       "1 channel, speakers FC (mask 0x4)"},
+      {"int8.caf",
+       {"-c", "1", "-b", "8", "-e", "signed-integer"},
+       "linear PCM, 8-bit integer",
+       "1 channel, speakers FC (mask 0x4)"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -287,6 +316,9 @@ TEST(QobaseInfo, NamesFormatsAndMasksAsTheOtherToolsDo) {
     }
     // Samples decode to the level sox measures (32-bit integers once came out as garbage floats).
     const std::string peak = Find(run.out, "peak: +([0-9.]+) ");
+    const bool decoded = c.format.find("64-bit") == std::string::npos &&
+                         c.format.find(" 8-bit") == std::string::npos;
+    EXPECT_EQ(peak != "(none)", decoded) << run.out;
     if (peak != "(none)") {
       // sox misreads float CAF; libsndfile turns it into a WAVE file sox measures right.
       std::string measured = file;
@@ -305,4 +337,107 @@ TEST(QobaseInfo, NamesFormatsAndMasksAsTheOtherToolsDo) {
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("text.wav"), "not audio at all"));
   EXPECT_EQ(RunQobase({"info", dir.File("text.wav")}).err,
             "qobase: " + dir.File("text.wav") + ": not a WAVE (RIFF/RIFX) or CAF file\n");
+}
+
+// The library's own format records, which carry no published mask or sub-format: the compact
+// chunk `addmarkers --compact` writes and the 44-byte record of the library's writer are named,
+// and their samples measured, as the library reads them; an extensible file of a sub-format the
+// library does not know keeps its mask and claims no other speakers.
+TEST(QobaseInfo, NamesTheLibrarysOwnRecords) {
+  qotest::TempDir dir;
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      dir.File("stereo.wav"),
+      qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(2, 8000, 16)) +
+                   qotest::Chunk("data", qotest::Pcm16Samples(200)))));
+  ASSERT_EQ(
+      RunQobase({"addmarkers", "--compact", dir.File("stereo.wav"), dir.File("compact.wav"), "5"})
+          .exitCode,
+      0);
+  QoWavFileWriter writer;
+  ASSERT_TRUE(writer.Open(zu::Path(dir.File("record.wav")), false));
+  writer.SetFormat(qotest::ExtensibleFormat(2, 32, 8000));
+  std::vector<float> samples = {0.5f, -0.25f, 0.125f, 0.0f};
+  ASSERT_TRUE(writer.WriteChunks(0) && writer.WriteReal32AsPCMData(2, samples.data()) &&
+              writer.Close());
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      dir.File("adpcm.wav"),
+      qotest::Riff(
+          qotest::Chunk("fmt ", qotest::StandardExtensibleBody(
+                                    false, 1, 8000, 16, 16, 4,
+                                    {2, 0, 0x10, {0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71}})) +
+          qotest::Chunk("data", qotest::Pcm16Samples(10)))));
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      dir.File("nomask.wav"),
+      qotest::Riff(qotest::Chunk("fmt ", qotest::StandardExtensibleBody(false, 2, 8000, 16, 16, 0,
+                                                                        ks_dataformat_pcm)) +
+                   qotest::Chunk("data", qotest::Pcm16Samples(200)))));
+  const struct {
+    std::string file, format, channels, peak;
+  } cases[] = {
+      // A published extensible file that names no speakers says so.
+      {"nomask.wav", "extensible (PCM), 16-bit integer",
+       "2 channels, speakers none (mask 0x0), played as FL FR", "0.006104"},
+      {"compact.wav", "extensible (QOBase compact record, PCM), 16-bit integer",
+       "2 channels, speakers FL FR (mask 0x3)", "0.006104"},
+      {"record.wav", "extensible (QOBase 44-byte record, IEEE float), 32-bit float",
+       "2 channels, speakers FL FR (mask 0x3)", "0.500000 (-6.02 dBFS)"},
+      {"adpcm.wav",
+       "extensible (sub-format {00000002-0000-0010-8000-00AA00389B71}, not decoded), 16-bit",
+       "1 channel, speakers FC (mask 0x4)", "(none)"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    const qotest::RunResult run = RunQobase({"info", dir.File(c.file)});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(Find(run.out, "format: +([^\n]+), 8000 Hz"), c.format);
+    EXPECT_EQ(Find(run.out, "channels: +([^\n]+)"), c.channels);
+    EXPECT_EQ(Find(run.out, "peak: +([0-9][^\n]+)").substr(0, c.peak.size()), c.peak);
+  }
+}
+
+// Where the data chunk's head, the file and the RIFF size disagree, info says so beside what the
+// library reads: a copy cut short, a RIFF size ending inside the samples (sox and libsndfile play
+// all of them), and a size left unset by a streaming writer.
+TEST(QobaseInfo, WarnsWhereTheDataChunkAndTheFileDisagree) {
+  qotest::TempDir dir;
+  std::string riffShort = MonoPcm16(100);
+  riffShort.replace(4, 4, qotest::U32(4 + 24 + 8 + 20));
+  // Two channels whose mask has a third bit beyond the speakers the count is checked against.
+  const std::string maskedStereo = qotest::Riff(
+      qotest::Chunk("fmt ", qotest::StandardExtensibleBody(false, 2, 8000, 16, 16, 0x80000003,
+                                                           ks_dataformat_pcm)) +
+      qotest::Chunk("data", qotest::Pcm16Samples(1200)));
+  const struct {
+    std::string name, bytes, frames, warning;
+  } cases[] = {
+      {"mask.wav", maskedStereo, "400",
+       "the library reads 3 channels from the channel mask, where the format chunk gives 2 "
+       "channels (as other programs read it)"},
+      {"cut.wav", MonoPcm16(100).substr(0, 44 + 120), "60",
+       "the data chunk is cut short: it holds 60 of the 100 frames its header gives"},
+      {"riff.wav", riffShort, "10",
+       "the RIFF size ends inside the data chunk: the library reads 10 of the 100 frames it "
+       "holds, which other programs play"},
+      {"stream.wav",
+       qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 16)) +
+                    qotest::ChunkWithSize("data", 0xFFFFFFFF, qotest::Pcm16Samples(30))),
+       "30",
+       "the data chunk's size is unset (0xFFFFFFFF, as a program writing a stream leaves it): it "
+       "holds 30 frames"},
+      {"whole.wav", MonoPcm16(100), "100", ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    ASSERT_TRUE(qotest::WriteFileBytes(dir.File(c.name), c.bytes));
+    const qotest::RunResult run = RunQobase({"info", dir.File(c.name)});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(Find(run.out, "frames: +([0-9]+)"), c.frames);
+    EXPECT_EQ(run.err, c.warning.empty()
+                           ? ""
+                           : "qobase: " + dir.File(c.name) + ": warning: " + c.warning + "\n");
+  }
+  // addmarkers counts the frames the format chunk gives: 600 stereo frames, not 400.
+  const qotest::RunResult marked =
+      RunQobase({"addmarkers", dir.File("mask.wav"), dir.File("marked.wav"), "599"});
+  EXPECT_EQ(marked.exitCode, 0) << marked.err;
 }

@@ -31,28 +31,15 @@ TEST(QobaseCommandLine, BadUsageExitsTwoWithTheCommandsSynopsis) {
       {{"midi", "a.mid", "--convert"},
        "qobase midi: --convert: 1 required OUT missing",
        "usage: qobase midi FILE [--convert OUT]"},
-      {{"xml", "validate", "a.xml"},
-       "qobase xml validate: SCHEMA is required",
-       "usage: qobase xml validate [--all] FILE SCHEMA"},
       {{"xml", "frobnicate"},
        "qobase xml: unknown command 'frobnicate'",
        "usage: qobase xml COMMAND [ARGS...]"},
-      {{"base64", "encode", "a", "b"},
-       "qobase base64 encode: The following argument was not "
-       "expected: b",
-       "usage: qobase base64 encode [FILE|-]"},
       {{"guid", "a", "b"},
        "qobase guid: The following argument was not expected: b",
        "usage: qobase guid [TEXT]"},
-      {{"ls", "--color", "."},
-       "qobase ls: The following argument was not expected: --color",
-       "usage: qobase ls [--recursive] [--all] DIR"},
       {{"tempname", "--ext", "a/b", dir.Path()},
        "qobase tempname: --ext: the extension may not contain '/'",
        "usage: qobase tempname [--ext EXT] DIR"},
-      {{"demo", "extra"},
-       "qobase demo: The following argument was not expected: extra",
-       "usage: qobase demo"},
       {{"no-such-command"},
        "qobase: unknown command 'no-such-command'",
        "usage: qobase COMMAND [ARGS...]"},
@@ -99,14 +86,8 @@ TEST(QobaseCommandLine, StandardOutputOnAFullDeviceFails) {
   ASSERT_TRUE(qotest::WriteFileBytes(text, "<a><b>1</b></a>"));
   ASSERT_TRUE(qotest::WriteFileBytes(plain, "hello"));
   const std::vector<std::vector<std::string>> commands = {
-      {"demo"},
-      {"guid"},
-      {"ls", dir.Path()},
-      {"xml", "tojson", text},
-      {"base64", "encode", plain},
-      {"tempname", dir.Path()},
+      {"demo"},   {"ls", dir.Path()}, {"xml", "tojson", text}, {"base64", "encode", plain},
       {"--help"},
-      {"--version"},
   };
   for (const auto& args : commands) {
     SCOPED_TRACE(args.front());

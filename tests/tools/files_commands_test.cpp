@@ -2,6 +2,7 @@
 // same way with and without --recursive), unreadable folders reported, and the argument checks.
 #include <gtest/gtest.h>
 
+#include <dirent.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -44,6 +45,37 @@ TEST(QobaseLs, DotFilesAndHiddenEntriesOnlyWithAll) {
   }
 }
 
+// A folder is listed by its own name: wildcard characters and a leading '~' in it are not a
+// pattern (`ls 'take[1]'` once listed take1), and the way it is spelled does not change what
+// counts as hidden (`ls -r dir//` once listed dot-files).
+TEST(QobaseLs, AFolderIsTakenAsItIsSpelled) {
+  qotest::TempDir dir;
+  const std::string d = dir.Path();
+  for (const char* folder : {"/take[1]", "/take1", "/~", "/~/.dot"}) {
+    ASSERT_EQ(mkdir((d + folder).c_str(), 0755), 0);
+  }
+  for (const char* name : {"/take[1]/a", "/take1/b", "/~/c", "/~/.dot/d"}) {
+    ASSERT_TRUE(qotest::WriteFileBytes(d + name, ""));
+  }
+  qotest::RunOptions inside;
+  inside.workingDir = d;
+  const struct {
+    std::vector<std::string> args;
+    std::string out;
+  } cases[] = {
+      {{"ls", "take[1]"}, "take[1]/a\n"},
+      {{"ls", "~"}, "~/c\n"},
+      {{"ls", "-r", "~//"}, "~/c\n"},
+      {{"ls", "-r", ".//~"}, "./~/c\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args.back());
+    const qotest::RunResult run = RunQobase(c.args, inside);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, c.out);
+  }
+}
+
 // Permissions bind only an ordinary user, so the program runs as one here.
 TEST(QobaseLs, AnUnreadableFolderFails) {
   qotest::TempDir dir;
@@ -74,6 +106,18 @@ TEST(QobaseTempnameAndGuid, ResultsAndRefusals) {
   struct stat info;
   EXPECT_EQ(stat(path.c_str(), &info), 0);
   EXPECT_EQ(info.st_size, 0);
+
+  // A name that cannot be printed is not left behind; an extension too long is a usage error.
+  qotest::RunOptions full;
+  full.stdoutToDevFull = true;
+  EXPECT_EQ(RunQobase({"tempname", dir.Path()}, full).exitCode, 1);
+  EXPECT_EQ(RunQobase({"tempname", "--ext", std::string(251, 'e'), dir.Path()}).exitCode, 2);
+  size_t files = 0;
+  if (DIR* handle = opendir(dir.Path().c_str())) {
+    while (const dirent* entry = readdir(handle)) files += entry->d_name[0] != '.';
+    closedir(handle);
+  }
+  EXPECT_EQ(files, 1u);
 
   const qotest::RunResult missing = RunQobase({"tempname", dir.File("none")});
   EXPECT_EQ(missing.exitCode, 1);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <sstream>
 
 #include "program_runner.h"
@@ -89,14 +90,25 @@ TEST(QobaseMidi, ListsTheFilesTicksAndSecondsAsMidoDoes) {
 
 TEST(QobaseMidi, ListingEdgesAndRefusals) {
   qotest::TempDir dir;
+  // A first tempo of 1 us per quarter, then the slowest: every later one-tick delta becomes a
+  // four-byte one in the stream, which outgrows twice the file.
+  std::string slowing = "0 FF 51 03 00 00 01, 0 C0 01, 1 C0 01, 0 FF 51 03 FF FF FF, 0 C0 01";
+  for (int i = 0; i < 2000; ++i) slowing += ", 1 01";
+  const std::string wrapped =
+      "a gap between two events is 2^28 ticks or longer at the stream's tempo, more than a delta "
+      "time of the converted stream can hold";
   const struct {
     std::string name, bytes;
     int code;
-    std::string expected;  // in stdout for 0, the stderr reason for 1
+    std::string expected;             // in stdout for 0, the stderr reason for 1
+    std::string convertRefusal = "";  // for 0: why --convert refuses the file, if it does
   } cases[] = {
-      // The largest delta a file can hold: the listing shows its tick, not the stream's wrap.
+      // The largest delta a file can hold: the listing shows its tick; rounded to single
+      // precision it is 2^28, which the stream's delta time would wrap to 0.
       {"far.mid", qotest::MidiFileBytes(0, 96, {"0 90 3C 64, 0x0FFFFFFF 80 3C 00, 0 FF 2F 00"}), 0,
-       " 268435455 1398101.328            0      0  note-off"},
+       " 268435455 1398101.328            0      0  note-off", wrapped},
+      {"slowing.mid", qotest::MidiFileBytes(0, 96, {slowing + ", 0 FF 2F 00"}), 0,
+       "converted stream: tempo 60000000.000 bpm, 2004 events, "},
       {"smpte.mid",
        qotest::MidiHeader(0, 1, 0xE250) +
            qotest::MidiChunk("MTrk", qotest::MidiTrack("0 FF 2F 00")),
@@ -118,15 +130,20 @@ TEST(QobaseMidi, ListingEdgesAndRefusals) {
       std::vector<std::string> args{"midi", file};
       if (convert) args.insert(args.end(), {"--convert", dir.File("out.q")});
       const qotest::RunResult run = RunQobase(args);
-      EXPECT_EQ(run.exitCode, c.code);
-      if (c.code == 0) {
+      const std::string refusal = c.code != 0 ? c.expected
+                                  : convert   ? c.convertRefusal
+                                              : std::string();
+      EXPECT_EQ(run.exitCode, refusal.empty() ? 0 : 1);
+      if (refusal.empty()) {
         if (!convert) {
           EXPECT_NE(run.out.find(c.expected), std::string::npos) << run.out;
         }
       } else {
-        EXPECT_EQ(run.err, "qobase: " + file + ": " + c.expected + "\n");
+        EXPECT_EQ(run.err, "qobase: " + file + ": " + refusal + "\n");
         EXPECT_EQ(run.out, "");
       }
+      EXPECT_EQ(qotest::ReadFileBytes(dir.File("out.q")).empty(), !convert || !refusal.empty());
+      std::remove(dir.File("out.q").c_str());
     }
     EXPECT_EQ(qotest::ReadFileBytes(file), c.bytes);
   }
@@ -153,4 +170,30 @@ TEST(QobaseMidi, ConvertWritesTheLibrarysStream) {
   EXPECT_EQ(run.out, file + ": 7 events, 192 ticks at 100.000 bpm converted to " + out + " (" +
                          std::to_string(expected.size()) + " bytes)\n");
   EXPECT_EQ(qotest::MidiToHex(qotest::ReadFileBytes(out)), qotest::MidiToHex(expected));
+}
+
+// A file larger than the memory allowed ends with a plain line and exit 1, and the output's
+// temporary file is removed (the program once aborted on the allocation failure).
+TEST(QobaseMidi, RunningOutOfMemoryFailsCleanly) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the address sanitizer cannot run under an address-space limit";
+#endif
+  qotest::TempDir dir;
+  std::string track = qotest::MidiTrack("0 90 3C 64");
+  track.reserve(track.size() + 3 * 7000000 + 4);
+  for (int i = 0; i < 7000000; ++i) track += "\x01\x3C\x40";
+  track += qotest::MidiTrack("0 FF 2F 00");
+  const std::string file = dir.File("huge.mid");
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      file, qotest::MidiHeader(0, 1, 96) + qotest::MidiChunk("MTrk", track)));
+  qotest::RunOptions small;
+  small.memoryLimit = 200ll << 20;
+  for (const bool convert : {false, true}) {
+    std::vector<std::string> args{"midi", file};
+    if (convert) args.insert(args.end(), {"--convert", dir.File("out.q")});
+    const qotest::RunResult run = RunQobase(args, small);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "qobase: midi: not enough memory for this input\n");
+  }
+  EXPECT_EQ(qotest::RunProgram({"ls", "-A", dir.Path()}).out, "huge.mid\n");
 }

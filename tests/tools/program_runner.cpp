@@ -30,11 +30,17 @@ double Now() {
     signal(SIGXFSZ, SIG_IGN);
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(125);
   }
+  if (options.memoryLimit >= 0) {
+    const rlimit limit{static_cast<rlim_t>(options.memoryLimit),
+                       static_cast<rlim_t>(options.memoryLimit)};
+    if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(125);
+  }
   if (options.stdoutToDevFull) {
     out = open("/dev/full", O_WRONLY);
     if (out < 0) _exit(125);
   }
   if (dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0) _exit(125);
+  if (options.stderrClosed) close(2);
   if (!options.workingDir.empty() && chdir(options.workingDir.c_str()) != 0) _exit(125);
   if (options.asOrdinaryUser && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) {
     _exit(125);
@@ -70,7 +76,6 @@ RunResult RunProgram(const std::vector<std::string>& argv, const RunOptions& opt
   }
   int outFd = out[0], errFd = err[0];
   const double deadline = Now() + options.timeLimitSeconds;
-  bool signalled = false;
   while (outFd >= 0 || errFd >= 0) {
     pollfd fds[3];
     int count = 0;
@@ -102,10 +107,6 @@ RunResult RunProgram(const std::vector<std::string>& argv, const RunOptions& opt
       std::string& sink = fds[i].fd == outFd ? result.out : result.err;
       if (n > 0) {
         sink.append(buffer, static_cast<size_t>(n));
-        if (fds[i].fd == outFd && options.signalAfterOutput && !signalled) {
-          kill(child, options.signalAfterOutput);
-          signalled = true;
-        }
       } else {
         close(fds[i].fd);
         (fds[i].fd == outFd ? outFd : errFd) = -1;

@@ -12,10 +12,11 @@ struct RunOptions {
   std::string input;               // written to the program's standard input, then closed
   bool stdoutToDevFull = false;    // standard output on /dev/full instead of captured
   long long fileSizeLimit = -1;    // RLIMIT_FSIZE in bytes (SIGXFSZ ignored), -1 for none
+  long long memoryLimit = -1;      // RLIMIT_AS in bytes, -1 for none
   bool asOrdinaryUser = false;     // give up root for user 65534 first
   std::string workingDir;          // empty: the test's own
   double timeLimitSeconds = 20.0;  // then the program is killed and timedOut set
-  int signalAfterOutput = 0;       // a signal sent once the program has written any stdout
+  bool stderrClosed = false;       // standard error closed instead of captured
 };
 
 struct RunResult {

@@ -41,6 +41,30 @@ TEST(QobaseXml, ToJsonMapsRepeatedNamesToArrays) {
   EXPECT_STREQ(t["One"]["k"].GetString(), "x");
   EXPECT_STREQ(t["One"]["#text"].GetString(), "text");
   EXPECT_TRUE(t["One"]["In"].IsObject());
+
+  // An attribute and a child of one name, and attributes whose names differ only in a prefix,
+  // share one array too.
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      file, "<a x=\"1\" p:y=\"\" q:y=\"3\" xmlns:p=\"urn:p\" xmlns:q=\"urn:q\"><x>2</x></a>"));
+  const qotest::RunResult shared = RunQobase({"xml", "tojson", file});
+  ASSERT_EQ(shared.exitCode, 0) << shared.err;
+  ASSERT_FALSE(json.Parse(shared.out.c_str()).HasParseError()) << shared.out;
+  const rapidjson::Value& a = json["a"];
+  EXPECT_EQ(a.MemberCount(), 4u) << shared.out;  // x, y, and the two namespace declarations
+  ASSERT_TRUE(a["x"].IsArray() && a["y"].IsArray()) << shared.out;
+  EXPECT_STREQ(a["x"][0].GetString(), "1");
+  EXPECT_STREQ(a["x"][1].GetString(), "2");
+  EXPECT_STREQ(a["y"][0].GetString(), "");
+  EXPECT_STREQ(a["y"][1].GetString(), "3");
+
+  // An entity of the document's own would be dropped with its text: refused instead.
+  ASSERT_TRUE(qotest::WriteFileBytes(file, "<!DOCTYPE a [<!ENTITY e \"hello\">]><a>say &e;</a>"));
+  const qotest::RunResult entity = RunQobase({"xml", "tojson", file});
+  EXPECT_EQ(entity.exitCode, 1);
+  EXPECT_EQ(entity.err, "qobase: " + file +
+                            ": not converted: the entity reference &e; would be left out (entities "
+                            "declared in the document are not expanded)\n");
+  EXPECT_EQ(entity.out, "");
 }
 
 TEST(QobaseXml, ValidateReportsTheFirstProblemOrAllOfThem) {
