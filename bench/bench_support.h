@@ -19,6 +19,7 @@
 #include <cstdio>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace qobench {
 
@@ -74,23 +75,47 @@ inline double Seconds(const std::function<bool()>& run, bool& ok) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+// The best time of each side over `rounds` rounds, in seconds. Every round runs each side once,
+// the side going first moving on by one from round to round, so a change in the machine's load
+// reaches all of them alike. `ok` is false, and the times incomplete, when a run failed.
+inline std::vector<double> BestOfInterleaved(const std::vector<Side>& sides, int rounds, bool& ok) {
+  std::vector<double> best(sides.size(), 1e30);
+  ok = false;
+  for (int round = 0; round < rounds; ++round) {
+    for (size_t turn = 0; turn < sides.size(); ++turn) {
+      const size_t index = (static_cast<size_t>(round) + turn) % sides.size();
+      const Side& side = sides[index];
+      if (side.prepare) side.prepare();
+      bool done = false;
+      const double time = Seconds(side.run, done);
+      if (!done) return best;
+      best[index] = std::min(best[index], time);
+    }
+  }
+  ok = true;
+  return best;
+}
+
+// The same for contenders that cannot fail and need no preparation.
+inline std::vector<double> BestOfInterleaved(const std::vector<std::function<void()>>& contenders,
+                                             int rounds) {
+  std::vector<Side> sides;
+  for (const auto& run : contenders) {
+    sides.push_back({nullptr, [run] {
+                       run();
+                       return true;
+                     }});
+  }
+  bool ok = false;
+  return BestOfInterleaved(sides, rounds, ok);
+}
+
 inline Comparison CompareInterleaved(int rounds, const Side& ours, const Side& peer) {
   Comparison result;
   result.rounds = rounds;
-  result.ours = result.peer = 1e30;
-  for (int round = 0; round < rounds; ++round) {
-    for (int turn = 0; turn < 2; ++turn) {
-      const bool oursNow = (round + turn) % 2 == 0;
-      const Side& side = oursNow ? ours : peer;
-      if (side.prepare) side.prepare();
-      bool ok = false;
-      const double time = Seconds(side.run, ok);
-      if (!ok) return result;
-      double& best = oursNow ? result.ours : result.peer;
-      best = std::min(best, time);
-    }
-  }
-  result.ok = true;
+  const std::vector<double> best = BestOfInterleaved({ours, peer}, rounds, result.ok);
+  result.ours = best[0];
+  result.peer = best[1];
   return result;
 }
 

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "bench_timing.h"
+#include "bench_support.h"
 
 namespace {
 

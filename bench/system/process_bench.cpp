@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "bench_timing.h"
+#include "bench_support.h"
 
 extern char** environ;
 

@@ -132,10 +132,19 @@ int main() {
   const std::string ours = dir.File("ours.out"), peer = dir.File("peer.out");
   const int rounds = qobench::Rounds(5);
 
-  // The sizes say what is being written.
-  if (!XmlOurs(stream, ours) || !JsonOurs(stream, peer)) return 1;
-  std::printf("one million elements: XML %.1f MB, JSON %.1f MB; best of %d interleaved rounds\n",
-              FileSize(ours) / 1e6, FileSize(peer) / 1e6, rounds);
+  // The sizes say what each side writes (the peers indent and escape in their own ways).
+  long long sizes[4] = {-1, -1, -1, -1};
+  if (XmlOurs(stream, ours)) sizes[0] = FileSize(ours);
+  if (XmlLibxml2(stream, peer)) sizes[1] = FileSize(peer);
+  if (JsonOurs(stream, ours)) sizes[2] = FileSize(ours);
+  if (JsonRapidJson(stream, peer)) sizes[3] = FileSize(peer);
+  for (const long long size : sizes) {
+    if (size <= 0) return 1;
+  }
+  std::printf(
+      "one million elements: XML %.1f MB (libxml2 %.1f MB), JSON %.1f MB (RapidJSON %.1f MB); "
+      "best of %d interleaved rounds\n",
+      sizes[0] / 1e6, sizes[1] / 1e6, sizes[2] / 1e6, sizes[3] / 1e6, rounds);
 
   bool ok = true;
   ok &= qobench::PrintRow(

@@ -13,12 +13,10 @@
 
 namespace {
 
-// Bytes moved per read and write through the streams: much larger than the progress block, so that
-// the copy makes few system calls (blocks of 16 KiB or 64 KiB measured up to half again slower).
+// Bytes moved per read and write: much larger than the progress block, so that the copy makes few
+// system calls (blocks of 16 KiB or 64 KiB measured up to half again slower), and the same by
+// descriptors as through the streams, so that both read the source alike and report alike.
 constexpr unsigned int k_transferSize = 32 * QoDataChunk::k_copyBlockSize;
-// Bytes moved per system call when the copy goes by descriptors: large enough that the calls cost
-// nothing, small enough that the buffer stays in the processor's cache between read and write.
-constexpr unsigned int k_directTransferSize = 64 * QoDataChunk::k_copyBlockSize;
 
 // Reports copy progress as a block-by-block copy would: the end of every whole block passed, and
 // the exact count once the copy is over.
@@ -68,25 +66,24 @@ RegularFile RegularFileOf(const zu::File& file) {
   return regular;
 }
 
-// Reads up to `size` bytes at `offset` as a stream read does: short only at the end of the file
-// or on an error, with what was read before either.
-unsigned int ReadFully(int descriptor, unsigned char* buffer, unsigned int size, off_t offset) {
+// Reads `size` bytes at `offset`; false when fewer could be read (the end of the file or an
+// error).
+bool ReadWhole(int descriptor, unsigned char* buffer, unsigned int size, off_t offset) {
   unsigned int done = 0;
   while (done < size) {
     const ssize_t got = pread(descriptor, buffer + done, size - done, offset + done);
     if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
+    if (got <= 0) return false;
     done += static_cast<unsigned int>(got);
   }
-  return done;
+  return true;
 }
 
-// Writes all `size` bytes at the descriptor's position; false, with errno telling why, when the
-// file takes no more.
-bool WriteFully(int descriptor, const unsigned char* buffer, unsigned int size) {
+// Writes all `size` bytes at `offset`; false when the file takes fewer.
+bool WriteWhole(int descriptor, const unsigned char* buffer, unsigned int size, off_t offset) {
   unsigned int done = 0;
   while (done < size) {
-    const ssize_t put = write(descriptor, buffer + done, size - done);
+    const ssize_t put = pwrite(descriptor, buffer + done, size - done, offset + done);
     if (put < 0 && errno == EINTR) continue;
     if (put <= 0) return false;
     done += static_cast<unsigned int>(put);
@@ -94,49 +91,38 @@ bool WriteFully(int descriptor, const unsigned char* buffer, unsigned int size) 
   return true;
 }
 
-// The result of a copy that was not made by descriptors.
-constexpr unsigned int k_copyNotTried = ~0u;
-
-// Copies the body between two different regular files by system calls on their descriptors, past
-// both streams' buffers: the bytes cross user space once, through a buffer that stays in the
-// processor's cache, in large calls. Both streams are positioned first (which writes out what
-// they buffer) and are left where the copy through them would have left them. Gives
-// k_copyNotTried when the files do not allow it, else the chunk result of the copy.
-unsigned int CopyByDescriptors(const zu::File& source, long long from, uint32_t size,
-                               const zu::File& out, long long to, BlockProgress& blocks,
-                               uint32_t& copied) {
+// Copies whole transfers of the body between two different regular files by system calls at
+// explicit offsets, past both streams' buffers, so the bytes cross user space once. It stops at
+// the first transfer that the source cannot fill or the output does not take, and leaves both
+// streams positioned where the copy stands: the copy through the streams then goes on from
+// there, so the end of a short source and a failed write (result, error flags, positions,
+// progress) are exactly as if the streams had made the whole copy.
+void CopyWholeTransfers(const zu::File& source, long long from, uint32_t size, const zu::File& out,
+                        long long to, unsigned char* buffer, BlockProgress& blocks,
+                        uint32_t& copied) {
   const RegularFile in = RegularFileOf(source), target = RegularFileOf(out);
   if (in.descriptor < 0 || target.descriptor < 0 ||
       (in.device == target.device && in.inode == target.inode)) {
-    return k_copyNotTried;
+    return;
   }
+  // Positioning writes out what the streams hold for writing. A stream open for reading and
+  // writing may then have read ahead from its file: the flush drops those bytes, which the copy
+  // is about to overwrite, so nothing stale is read back through the stream afterwards.
   if (source.SetFilePointer(from, zu::k_fileBegin) != from ||
-      out.SetFilePointer(to, zu::k_fileBegin) != to) {
-    return k_copyNotTried;
+      out.SetFilePointer(to, zu::k_fileBegin) != to || std::fflush(out.GetStream()) != 0) {
+    return;
   }
-  std::unique_ptr<unsigned char[]> buffer(new unsigned char[std::min(size, k_directTransferSize)]);
-  unsigned int result = QO::k_chunkSuccess;
   while (copied < size) {
-    const unsigned int got =
-        ReadFully(in.descriptor, buffer.get(), std::min(size - copied, k_directTransferSize),
-                  static_cast<off_t>(from + copied));
-    if (got == 0) break;
-    errno = 0;
-    if (!WriteFully(target.descriptor, buffer.get(), got)) {
-      result = ClassifyWriteError();
+    const unsigned int want = std::min(size - copied, k_transferSize);
+    if (!ReadWhole(in.descriptor, buffer, want, static_cast<off_t>(from + copied)) ||
+        !WriteWhole(target.descriptor, buffer, want, static_cast<off_t>(to + copied))) {
       break;
     }
-    copied += got;
+    copied += want;
     blocks.Advance(copied);
   }
-  // The streams learn where the descriptors stand (after a failed write, past its partial bytes);
-  // errno still tells why a write failed.
-  const int error = errno;
   source.SetFilePointer(from + copied, zu::k_fileBegin);
-  const off_t end = lseek(target.descriptor, 0, SEEK_CUR);
-  if (end >= 0) out.SetFilePointer(end, zu::k_fileBegin);
-  errno = error;
-  return result;
+  out.SetFilePointer(to + copied, zu::k_fileBegin);
 }
 
 }  // namespace
@@ -167,23 +153,21 @@ unsigned int QoDataChunk::WriteToFile(const zu::File& out, bool swap,
   BlockProgress blocks(progress);
   uint32_t copied = 0;
 
-  // By descriptors where the output is a file written in place, else through the streams.
-  const unsigned int direct =
-      headEnd >= 0 && CanRewrite(out)
-          ? CopyByDescriptors(*m_file, m_dataOffset, size, out, headEnd, blocks, copied)
-          : k_copyNotTried;
-  if (direct != k_copyNotTried && direct != QO::k_chunkSuccess) return direct;
-  if (direct == k_copyNotTried) {
-    std::unique_ptr<unsigned char[]> buffer(new unsigned char[std::min(size, k_transferSize)]);
-    while (copied < size) {
-      const unsigned int got =
-          ReadData(buffer.get(), std::min(size - copied, k_transferSize), copied);
-      if (got == 0) break;
-      const unsigned int result = WriteBytes(out, buffer.get(), got);
-      if (result != QO::k_chunkSuccess) return result;
-      copied += got;
-      blocks.Advance(copied);
-    }
+  std::unique_ptr<unsigned char[]> buffer(new unsigned char[std::min(size, k_transferSize)]);
+  // Between two files written in place the whole transfers go by descriptors; whatever they
+  // leave (all of a pipe, an appended or same-file copy, a short source, a failed write) goes
+  // through the streams from where they stopped.
+  if (headEnd >= 0 && CanRewrite(out)) {
+    CopyWholeTransfers(*m_file, m_dataOffset, size, out, headEnd, buffer.get(), blocks, copied);
+  }
+  while (copied < size) {
+    const unsigned int got =
+        ReadData(buffer.get(), std::min(size - copied, k_transferSize), copied);
+    if (got == 0) break;
+    const unsigned int result = WriteBytes(out, buffer.get(), got);
+    if (result != QO::k_chunkSuccess) return result;
+    copied += got;
+    blocks.Advance(copied);
   }
   blocks.Finish(copied);
   if (copied == size) return QO::k_chunkSuccess;

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/memory_platform.h"
 #include "streams/base64_simd.h"
 
 namespace {
@@ -94,14 +93,14 @@ constexpr size_t k_decodeSliceChars = 65536;
 size_t DecodeRoom(size_t limit) { return (limit + 3) / 4 * 3 + 4; }
 
 // Reserves room for `size` elements. The old content is dropped first when the storage must be
-// replaced (it is about to be overwritten anyway), and storage allocated for the purpose is
-// advised as a block about to be written through.
+// replaced: it is about to be overwritten anyway. The storage is the caller's allocator's, which
+// hands it to other allocations once the vector is gone, so no memory policy (such as large
+// pages, which would then cost every later small allocation there a 2 MiB page) is set on it.
 template <typename Byte>
 void ReserveFresh(std::vector<Byte>& output, size_t size) {
   if (output.capacity() >= size) return;
   output.clear();
   output.reserve(size);
-  zu::platform::AdviseFreshLargeBlock(output.data(), output.capacity());
 }
 
 // Makes `output` hold at least `size` elements; the ones it holds already are kept as they are,
