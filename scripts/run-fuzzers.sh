@@ -2,7 +2,8 @@
 # Runs every fuzzing harness of a fuzz build: first a replay of its committed seeds and of every
 # past finding (any failure there is a regression), then a fuzzing run of SECONDS seconds that
 # starts from those seeds. Prints executions and coverage per harness; exits 1 when any harness
-# found something, leaving the input under BUILD_DIR/fuzz-artifacts/.
+# found something, leaving the input under BUILD_DIR/fuzz-artifacts/. FUZZ_RUNS=N also ends each
+# run after N executions (a long campaign: whichever of the two limits comes first).
 #   scripts/run-fuzzers.sh BUILD_DIR SECONDS [HARNESS...]
 set -uo pipefail
 build_dir=${1:?build dir}
@@ -13,6 +14,8 @@ artifacts="$build_dir/fuzz-artifacts"
 mkdir -p "$artifacts"
 # Limits every run shares: memory bounded by the input, no input slower than 10 s.
 limits=(-rss_limit_mb=2048 -malloc_limit_mb=512 -timeout=10)
+run_limit=()
+[[ -n "${FUZZ_RUNS:-}" ]] && run_limit=(-runs="$FUZZ_RUNS")
 
 harnesses=("$@")
 if [[ ${#harnesses[@]} -eq 0 ]]; then
@@ -40,7 +43,7 @@ for name in "${harnesses[@]}"; do
     continue
   fi
   if ! "$program" "${limits[@]}" -artifact_prefix="$artifacts/$name-" -print_final_stats=1 \
-       -max_total_time="$seconds" "$work" "${replay[@]}" >"$log" 2>&1; then
+       -max_total_time="$seconds" "${run_limit[@]}" "$work" "${replay[@]}" >"$log" 2>&1; then
     echo "$name: FOUND a failure (input in $artifacts, log $log)"
     status=1
     continue
