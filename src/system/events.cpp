@@ -7,6 +7,9 @@
 
 #include <sched.h>
 
+#include <atomic>
+
+#include "system/group_wait_sleep.h"
 #include "system/wait_deadline.h"
 
 namespace zu {
@@ -14,6 +17,8 @@ namespace {
 
 using internal::DeadlineAfter;
 using internal::k_unlimitedTimeoutMs;
+
+std::atomic<internal::GroupWaitSleep> s_groupWaitSleep{&pthread_cond_timedwait};
 
 POSIXEvent* ToEvent(void* handle) { return static_cast<POSIXEvent*>(handle); }
 
@@ -120,7 +125,8 @@ int WaitForGroup(const std::vector<void*>& events, std::uint64_t timeoutMs, int&
     if (waiter->signaledIndex == -1) result = ETIMEDOUT;
   } else {
     while (waiter->signaledIndex == -1 && result == 0) {
-      result = finite ? pthread_cond_timedwait(&waiter->cond, &waiter->mutex, &deadline)
+      result = finite ? s_groupWaitSleep.load(std::memory_order_relaxed)(&waiter->cond,
+                                                                         &waiter->mutex, &deadline)
                       : pthread_cond_wait(&waiter->cond, &waiter->mutex);
     }
     // A signal handed over together with the time-out has been consumed: report it.
@@ -174,6 +180,14 @@ void SignalAutoReset(POSIXEvent* event) {
 }
 
 }  // namespace
+
+namespace internal {
+
+void SetGroupWaitSleep(GroupWaitSleep sleep) {
+  s_groupWaitSleep.store(sleep ? sleep : &pthread_cond_timedwait);
+}
+
+}  // namespace internal
 
 bool CreateEventEx(void*& event, bool manualReset) {
   POSIXEvent* created = new POSIXEvent;

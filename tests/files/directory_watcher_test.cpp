@@ -2,6 +2,7 @@
 // the live watcher on a temporary tree. Every wait is bounded.
 #include <qobase/files/directory_watcher.h>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <fstream>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -198,6 +200,35 @@ TEST(DirectoryWatcherLive, ChangesNewFoldersAndFoldersMovedIn) {
   EXPECT_TRUE(recorder.Await(dir.File("moved/inside.wav")));
   watcher.Stop();
   EXPECT_FALSE(watcher.IsAlive());
+}
+
+// More events than the kernel queues while the watcher thread is held: what happened during the
+// loss, a folder made and a file in it, is still reported, and the folder is watched afterwards.
+TEST(DirectoryWatcherLive, LostEventsAreRecoveredByARescan) {
+  long queueLimit = 0;
+  std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> queueLimit;
+  if (queueLimit <= 0 || queueLimit > 1000000) GTEST_SKIP() << "queue limit " << queueLimit;
+  qotest::TempDir dir;
+  DirectoryWatcher watcher(10, 0);
+  Recorder recorder(watcher);
+  watcher.StartSync(dir.Path(), true, 0);
+  recorder.Hold(true);
+  ASSERT_TRUE(Write(dir.File("trigger.wav")) && recorder.Await(dir.File("trigger.wav")));
+  // Writes to two files in turn: the kernel merges only repeats of the same event.
+  const int first = open(dir.File("one.wav").c_str(), O_WRONLY | O_CREAT, 0644);
+  const int second = open(dir.File("two.wav").c_str(), O_WRONLY | O_CREAT, 0644);
+  ASSERT_TRUE(first >= 0 && second >= 0);
+  for (long i = 0; i < queueLimit / 2 + 16; ++i) {
+    ASSERT_TRUE(write(first, "x", 1) == 1 && write(second, "x", 1) == 1);
+  }
+  close(first);
+  close(second);
+  ASSERT_EQ(0, mkdir(dir.File("late").c_str(), 0755));
+  ASSERT_TRUE(Write(dir.File("late/lost.wav")));
+  recorder.Hold(false);
+  EXPECT_TRUE(recorder.Await(dir.File("late/lost.wav")));
+  ASSERT_TRUE(Write(dir.File("late/after.wav")));
+  EXPECT_TRUE(recorder.Await(dir.File("late/after.wav")));
 }
 
 TEST(DirectoryWatcherLive, StopIsPromptAlsoDuringACallback) {

@@ -13,6 +13,8 @@
 #include <thread>
 #include <vector>
 
+#include "system/group_wait_sleep.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -160,6 +162,34 @@ TEST(Events, SignalAtTheTimeOutEdgeIsTakenOrKept) {
     signaller.join();
     ASSERT_TRUE(result == 0 || (result == ETIMEDOUT && index == -1)) << i;
     EXPECT_EQ(result != 0, event.Take()) << "iteration " << i;
+  }
+}
+
+// The event the stand-in sleep below signals while its wait is timing out.
+void* s_signalledAtDeadline = nullptr;
+
+// A sleep that runs out just as a signal reaches the waiter: the signal is handed over while the
+// waiter's mutex is free, then the sleep reports the time-out.
+int TimeOutWhileSignalled(pthread_cond_t*, pthread_mutex_t* mutex, const timespec*) {
+  pthread_mutex_unlock(mutex);
+  zu::SignalEventEx(s_signalledAtDeadline);
+  pthread_mutex_lock(mutex);
+  return ETIMEDOUT;
+}
+
+// A signal handed to a group waiter is consumed by that hand-over, so a wait whose sleep reports
+// a time-out at the same moment must report the signal, or it is lost to everyone.
+TEST(Events, GroupWaitReportsASignalHandedOverAtTheTimeOut) {
+  for (const bool manualReset : {false, true}) {
+    Event other(false), event(manualReset);
+    s_signalledAtDeadline = event.handle;
+    zu::internal::SetGroupWaitSleep(&TimeOutWhileSignalled);
+    int index = -1;
+    const int result = zu::WaitForMultipleEventsEx({other.handle, event.handle}, 1000, index);
+    zu::internal::SetGroupWaitSleep(nullptr);
+    EXPECT_EQ(0, result) << manualReset;
+    EXPECT_EQ(1, index) << manualReset;
+    EXPECT_EQ(manualReset, event.Take()) << manualReset;
   }
 }
 

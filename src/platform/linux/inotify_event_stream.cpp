@@ -4,6 +4,9 @@
 // place, and what the scan finds is reported as created: files made in it before the watch
 // existed are not missed (one made in between is reported twice, and merged within a batch).
 // Events of one path within a batch are merged into one entry with the union of their flags.
+// When the kernel's queue overflows, events were lost, among them perhaps the creation of
+// directories that are then not watched: the whole tree is scanned again, every directory
+// watched and every item reported as possibly modified, so the watcher's user can look again.
 #include <qobase/files/directory_watcher.h>
 
 #include <dirent.h>
@@ -90,16 +93,18 @@ bool IsDirectoryEntry(const std::string& path, const dirent* entry) {
   return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Watches `top` and every directory below it (symbolic links are not followed). With
-// `reportContents`, everything found is reported as created. Iterative: the stream runs on a
-// small stack and a tree can be deep.
-void WatchTree(FileEventStream& stream, const std::string& top, bool reportContents) {
+// Watches `top` and every directory below it (symbolic links are not followed). Unless
+// `reportFlags` is 0, everything found is reported with those flags (and whether it is a file or
+// a directory). Iterative: the stream runs on a small stack and a tree can be deep.
+void WatchTree(FileEventStream& stream, const std::string& top, std::uint32_t reportFlags) {
   std::vector<std::string> toWatch{top};
   while (!toWatch.empty()) {
     const std::string directory = std::move(toWatch.back());
     toWatch.pop_back();
-    const int watch = inotify_add_watch(stream.inotifyDescriptor, directory.c_str(),
-                                        k_watchMask | IN_DONT_FOLLOW);
+    // The root may be a link to the directory to watch; nothing below it is followed.
+    const std::uint32_t follow = directory == stream.root ? 0 : IN_DONT_FOLLOW;
+    const int watch =
+        inotify_add_watch(stream.inotifyDescriptor, directory.c_str(), k_watchMask | follow);
     if (watch < 0) continue;
     // The same directory under another path (a bind mount) is watched once; scanning it again
     // could go round a cycle for ever.
@@ -112,9 +117,9 @@ void WatchTree(FileEventStream& stream, const std::string& top, bool reportConte
       if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
       const std::string child = JoinPath(directory, entry->d_name);
       const bool isDirectory = IsDirectoryEntry(child, entry);
-      if (reportContents) {
+      if (reportFlags != 0) {
         AddPending(stream, child,
-                   k_fsEventItemCreated | (isDirectory ? k_fsEventItemIsDir : k_fsEventItemIsFile));
+                   reportFlags | (isDirectory ? k_fsEventItemIsDir : k_fsEventItemIsFile));
       }
       if (isDirectory) toWatch.push_back(child);
     }
@@ -136,7 +141,7 @@ void UnwatchTree(FileEventStream& stream, const std::string& top) {
 
 void TakeEvent(FileEventStream& stream, const inotify_event& event, const char* name) {
   if (event.mask & IN_Q_OVERFLOW) {
-    AddPending(stream, stream.root, k_fsEventMustScanSubDirs);
+    WatchTree(stream, stream.root, k_fsEventMustScanSubDirs | k_fsEventItemModified);
     return;
   }
   if (event.mask & IN_IGNORED) {
@@ -156,9 +161,9 @@ void TakeEvent(FileEventStream& stream, const inotify_event& event, const char* 
   if (event.mask & IN_ATTRIB) flags |= k_fsEventItemInodeMetaMod;
   AddPending(stream, path, flags);
   if (!isDirectory) return;
-  if (event.mask & IN_CREATE) WatchTree(stream, path, true);
+  if (event.mask & IN_CREATE) WatchTree(stream, path, k_fsEventItemCreated);
   if (event.mask & IN_MOVED_FROM) UnwatchTree(stream, path);
-  if (event.mask & IN_MOVED_TO) WatchTree(stream, path, false);
+  if (event.mask & IN_MOVED_TO) WatchTree(stream, path, 0);
 }
 
 void ReadEvents(FileEventStream& stream) {
@@ -242,7 +247,7 @@ bool StartFileEventStream(FileEventStream* stream) {
       if (IsDirectoryEntry(child, entry)) below.push_back(child);
     }
     closedir(listing);
-    for (const std::string& directory : below) WatchTree(*stream, directory, false);
+    for (const std::string& directory : below) WatchTree(*stream, directory, 0);
   }
   return true;
 }
