@@ -4,7 +4,8 @@
 // ...) never leaves a partial file and never touches an existing one. A target that names one
 // of the command's inputs (by spelling, by resolved path, or through a symbolic or hard link),
 // that exists but is not a regular file (a device, a FIFO, a directory) or is write-protected,
-// or that ends with '/' is refused before anything is created.
+// or that ends with '/' is refused before anything is created. Several threads may each write
+// their own OutputFile at once.
 //
 //   OutputFile out;
 //   std::string reason;
@@ -55,7 +56,8 @@ class OutputFile {
   bool m_replaces = false;  // an existing file is replaced: keep its owner and group
   uid_t m_owner = 0;
   gid_t m_group = 0;
-  int m_writeError = 0;  // errno of the first failed write
+  int m_writeError = 0;    // errno of the first failed write
+  int m_pendingSlot = -1;  // where the signal handler finds the temporary file
 };
 
 // The canonical path of `path`: resolved with its links when it exists, otherwise its folder
