@@ -54,7 +54,17 @@ std::vector<BatchInput> ExpandBatchInputs(const std::vector<std::string>& argume
   for (const std::string& argument : arguments) {
     std::error_code error;
     if (!argument.empty() && fs::is_directory(argument, error)) {
+      const size_t before = inputs.size();
       ListFolder(argument, recursive, extensions, inputs);
+      if (inputs.size() == before) {
+        std::string names;
+        for (const std::string& extension : extensions) {
+          names += (names.empty() ? "" : ", ") + extension;
+        }
+        inputs.push_back(
+            {argument, "the folder holds no " + names + " files" +
+                           (recursive ? "" : " (--recursive looks into its folders)")});
+      }
     } else {
       inputs.push_back({argument, ""});
     }

@@ -10,7 +10,8 @@ namespace qobase_tool {
 
 struct BatchInput {
   std::string path;
-  std::string error;  // why a folder could not be listed; empty for a file to work on
+  // Why a folder could not be listed, or holds nothing to work on; empty for a file.
+  std::string error;
 };
 
 // `extensions` in lower case with their dot (".wav"); compared ignoring ASCII case.

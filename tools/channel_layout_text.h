@@ -10,8 +10,10 @@
 namespace qobase_tool {
 
 struct ChannelLayoutText {
-  std::string name;                // empty for a configuration type without a name
-  std::vector<std::string> names;  // one per channel; may be empty
+  std::string name;  // empty for a configuration type without a name
+  // One per channel in the file's channel order; empty for a bit without a name, and for an
+  // unknown configuration type.
+  std::vector<std::string> names;
   // "L,R,C,LFE,SL,SR".
   std::string JoinedNames() const;
 };

@@ -37,6 +37,10 @@ class OutputFile {
   // The temporary file, open for reading and writing; null before Create.
   FILE* Stream() const { return m_stream; }
 
+  // The temporary file's path, for a writer that opens files by name (the library's WAV
+  // writer): it may write there before Commit. Empty before Create.
+  const std::string& TemporaryPath() const { return m_temporary; }
+
   // Writes all bytes; false (and remembered, so Commit fails) when a write fails.
   bool Write(const void* data, size_t size);
 
