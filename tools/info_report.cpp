@@ -208,6 +208,9 @@ InfoReport DescribeCaf(const std::string& file, const InfoRequest& request) {
   JsonReport json;
   text << file << "\n";
   PrintCafSummary(reader, isFloat, bits, text);
+  // The CAF reader reads no loop or markers; said as for a WAVE file without them.
+  text << "   loop:      none\n"
+       << "   markers:   " << reader.GetMarkers().size() << "\n";
   json.Member("file", file);
   json.Member("container", "CAF");
   json.Member("format", "linear PCM");
