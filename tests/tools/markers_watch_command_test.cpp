@@ -45,12 +45,13 @@ TEST(QobaseMarkers, ListsMarkersAndLoopAsTextAndJson) {
 TEST(QobaseWatch, PrintsEachBatchAsAJsonLineUntilCtrlC) {
   qotest::TempDir dir;
   ASSERT_EQ(::mkdir(dir.File("watched").c_str(), 0755), 0);
-  // Ctrl-C comes once the batch is printed. The new folder is a change of the watched one; the
-  // file made inside it would show only with --recursive, which this run does not ask for.
+  // Ctrl-C comes once the batch is printed; the latency is long enough that a loaded machine
+  // does not split the changes over two batches. The new folder is a change of the watched one;
+  // the file made inside it would show only with --recursive, which this run does not ask for.
   static const char k_script[] = R"(
 import os, signal, subprocess, sys, time
 folder = sys.argv[2]
-program = subprocess.Popen([sys.argv[1], "watch", folder, "--latency", "50"],
+program = subprocess.Popen([sys.argv[1], "watch", folder, "--latency", "400"],
                            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
 program.stderr.readline()
 os.mkdir(os.path.join(folder, "below"))
