@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "channel_layout_text.h"
 #include "wave_format_text.h"
 
 namespace qobase_tool {
@@ -46,6 +47,14 @@ std::string LabelText(const QO_WAVE_MARKER& marker) {
   return text;
 }
 
+// "   layout:    5.1 (L,R,C,LFE,SL,SR)": the configuration as the authoring tool names it.
+void PrintLayout(const WaveFormatExtensible& format, std::ostream& out) {
+  const ChannelLayoutText layout = DescribeChannelLayout(format.channelConfig);
+  if (layout.name.empty()) return;
+  out << "   layout:    " << layout.name
+      << (layout.names.empty() ? "" : " (" + layout.JoinedNames() + ")") << "\n";
+}
+
 void PrintLength(const QoAudioFileReader& reader, std::ostream& out) {
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.3f", reader.GetDuration());
@@ -81,6 +90,7 @@ void PrintWavSummary(const QoWavFileReader& reader, std::ostream& out) {
     out << "   channels:  " << ChannelsText(f.channelConfig, f.nChannels)
         << (facts.formatTag == 0xFFFE ? "" : ", by default (the file stores no mask)") << "\n";
   }
+  PrintLayout(f, out);
   PrintLength(reader, out);
   if (reader.ChunksRead() & QO::k_chunkSmpl) {
     out << "   loop:      " << reader.GetLoopStartFrame() << " - " << reader.GetLoopEndFrame()
@@ -103,6 +113,7 @@ void PrintCafSummary(const QoCAFFileReader& reader, bool isFloat, unsigned int b
   out << "   format:    linear PCM, " << bits << "-bit " << (isFloat ? "float" : "integer") << ", "
       << f.nSamplesPerSec << " Hz, block align " << f.nBlockAlign << "\n";
   out << "   channels:  " << ChannelsText(f.channelConfig, f.nChannels) << "\n";
+  PrintLayout(f, out);
   PrintLength(reader, out);
 }
 

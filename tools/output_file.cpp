@@ -2,24 +2,32 @@
 
 #include <fcntl.h>
 #include <limits.h>
+#include <pthread.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <mutex>
 
 namespace qobase_tool {
 namespace {
 
-// The temporary file being written, for the signal handler: a fixed buffer, because a handler
-// may only call async-signal-safe functions (unlink, signal, raise).
-char s_pendingTemporary[PATH_MAX + 1];
-volatile sig_atomic_t s_pending = 0;
+// The temporary files being written, for the signal handler: fixed buffers, because a handler
+// may only call async-signal-safe functions (unlink, signal, raise). Several threads may each be
+// writing an output; each takes a slot of its own. A slot is 0 free, 1 being filled, 2 in use.
+constexpr int k_pendingSlots = 64;
+char s_pendingTemporary[k_pendingSlots][PATH_MAX + 1];
+std::atomic<int> s_pendingState[k_pendingSlots];
+static_assert(std::atomic<int>::is_always_lock_free, "the handler reads the slots");
 
 void RemovePendingAndDie(int signalNumber) {
-  if (s_pending) unlink(s_pendingTemporary);
+  for (int slot = 0; slot < k_pendingSlots; ++slot) {
+    if (s_pendingState[slot].load() == 2) unlink(s_pendingTemporary[slot]);
+  }
   std::signal(signalNumber, SIG_DFL);
   std::raise(signalNumber);
 }
@@ -30,26 +38,37 @@ void RemovePendingAndDie(int signalNumber) {
 constexpr int k_endingSignals[] = {SIGINT,  SIGTERM, SIGHUP,  SIGPIPE,   SIGQUIT, SIGALRM,
                                    SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM, SIGPROF};
 
-void TrackPending(const std::string& path) {
-  static bool s_handlersInstalled = false;
-  if (!s_handlersInstalled) {
-    for (const int signalNumber : k_endingSignals) {
-      // A signal the caller ignores (nohup, a background job) stays ignored.
-      struct sigaction current;
-      if (sigaction(signalNumber, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
-        continue;
-      }
-      std::signal(signalNumber, RemovePendingAndDie);
+void InstallHandlers() {
+  for (const int signalNumber : k_endingSignals) {
+    // A signal the caller ignores (nohup, a background job) stays ignored.
+    struct sigaction current;
+    if (sigaction(signalNumber, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
+      continue;
     }
-    s_handlersInstalled = true;
+    std::signal(signalNumber, RemovePendingAndDie);
   }
-  s_pending = 0;
-  std::strncpy(s_pendingTemporary, path.c_str(), PATH_MAX);
-  s_pendingTemporary[PATH_MAX] = '\0';
-  s_pending = 1;
 }
 
-void UntrackPending() { s_pending = 0; }
+// The slot now holding `path`, or -1 when every slot is taken (the file is then not removed by
+// a signal, only by the writer).
+int TrackPending(const std::string& path) {
+  static std::once_flag s_handlersInstalled;
+  std::call_once(s_handlersInstalled, InstallHandlers);
+  for (int slot = 0; slot < k_pendingSlots; ++slot) {
+    int expected = 0;
+    if (!s_pendingState[slot].compare_exchange_strong(expected, 1)) continue;
+    std::strncpy(s_pendingTemporary[slot], path.c_str(), PATH_MAX);
+    s_pendingTemporary[slot][PATH_MAX] = '\0';
+    s_pendingState[slot].store(2);
+    return slot;
+  }
+  return -1;
+}
+
+void UntrackPending(int& slot) {
+  if (slot >= 0) s_pendingState[slot].store(0);
+  slot = -1;
+}
 
 std::string FolderOf(const std::string& path) {
   const size_t slash = path.rfind('/');
@@ -66,11 +85,16 @@ bool SameInode(const struct stat& a, const struct stat& b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-unsigned int NewFileMode() {
+// The mode a new file gets, read once while the program is still one thread: umask can only be
+// read by setting it, which would race with files other threads create.
+unsigned int ReadNewFileMode() {
   const mode_t mask = umask(0);
   umask(mask);
   return 0666u & ~static_cast<unsigned int>(mask);
 }
+const unsigned int s_newFileMode = ReadNewFileMode();
+
+unsigned int NewFileMode() { return s_newFileMode; }
 
 }  // namespace
 
@@ -146,15 +170,15 @@ bool OutputFile::Create(const std::string& path, const std::vector<std::string>&
   sigset_t ending, previous;
   sigemptyset(&ending);
   for (const int signalNumber : k_endingSignals) sigaddset(&ending, signalNumber);
-  sigprocmask(SIG_BLOCK, &ending, &previous);
+  pthread_sigmask(SIG_BLOCK, &ending, &previous);
   // mkstemp creates the file with O_CREAT | O_EXCL: it never opens a file someone else made.
   const int descriptor = mkostemp(&pattern[0], O_CLOEXEC);
   const int createError = errno;
   if (descriptor >= 0) {
     m_temporary = pattern;
-    TrackPending(m_temporary);
+    m_pendingSlot = TrackPending(m_temporary);
   }
-  sigprocmask(SIG_SETMASK, &previous, nullptr);
+  pthread_sigmask(SIG_SETMASK, &previous, nullptr);
   if (descriptor < 0) {
     reason = "cannot create a temporary file in " + folder + ": " + std::strerror(createError);
     return false;
@@ -210,7 +234,7 @@ bool OutputFile::Commit(std::string& reason) {
     Discard();
     return false;
   }
-  UntrackPending();
+  UntrackPending(m_pendingSlot);
   m_temporary.clear();
   // The rename itself is durable once the folder is synced; a folder that cannot be opened
   // for that (rare) leaves the result in place all the same.
@@ -231,7 +255,7 @@ void OutputFile::Discard() {
     unlink(m_temporary.c_str());
     m_temporary.clear();
   }
-  UntrackPending();
+  UntrackPending(m_pendingSlot);
 }
 
 }  // namespace qobase_tool

@@ -4,7 +4,8 @@
 // ...) never leaves a partial file and never touches an existing one. A target that names one
 // of the command's inputs (by spelling, by resolved path, or through a symbolic or hard link),
 // that exists but is not a regular file (a device, a FIFO, a directory) or is write-protected,
-// or that ends with '/' is refused before anything is created.
+// or that ends with '/' is refused before anything is created. Several threads may each write
+// their own OutputFile at once.
 //
 //   OutputFile out;
 //   std::string reason;
@@ -36,6 +37,10 @@ class OutputFile {
   // The temporary file, open for reading and writing; null before Create.
   FILE* Stream() const { return m_stream; }
 
+  // The temporary file's path, for a writer that opens files by name (the library's WAV
+  // writer): it may write there before Commit. Empty before Create.
+  const std::string& TemporaryPath() const { return m_temporary; }
+
   // Writes all bytes; false (and remembered, so Commit fails) when a write fails.
   bool Write(const void* data, size_t size);
 
@@ -55,7 +60,8 @@ class OutputFile {
   bool m_replaces = false;  // an existing file is replaced: keep its owner and group
   uid_t m_owner = 0;
   gid_t m_group = 0;
-  int m_writeError = 0;  // errno of the first failed write
+  int m_writeError = 0;    // errno of the first failed write
+  int m_pendingSlot = -1;  // where the signal handler finds the temporary file
 };
 
 // The canonical path of `path`: resolved with its links when it exists, otherwise its folder

@@ -303,7 +303,7 @@ TEST(QobaseInfo, NamesFormatsAndMasksAsTheOtherToolsDo) {
     make.insert(make.end(), c.soxFormat.begin(), c.soxFormat.end());
     make.insert(make.end(), {file, "synth", "0.25", "sine", "440", "gain", "-6"});
     qotest::MakeWith(make);
-    const qotest::RunResult run = RunQobase({"info", file});
+    const qotest::RunResult run = RunQobase({"info", "--peak", file});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(Find(run.out, "format: +([^\n]+), 8000 Hz"), c.format);
     EXPECT_EQ(Find(run.out, "channels: +([^\n]+)"), c.channels);
@@ -336,7 +336,7 @@ TEST(QobaseInfo, NamesFormatsAndMasksAsTheOtherToolsDo) {
             RunQobase({"info", dir.File("pcm16.wav")}).out);
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("text.wav"), "not audio at all"));
   EXPECT_EQ(RunQobase({"info", dir.File("text.wav")}).err,
-            "qobase: " + dir.File("text.wav") + ": not a WAVE (RIFF/RIFX) or CAF file\n");
+            "qobase: " + dir.File("text.wav") + ": not a WAVE (RIFF/RIFX), CAF or MIDI file\n");
 }
 
 // The library's own format records, which carry no published mask or sub-format: the compact
@@ -387,7 +387,7 @@ TEST(QobaseInfo, NamesTheLibrarysOwnRecords) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.file);
-    const qotest::RunResult run = RunQobase({"info", dir.File(c.file)});
+    const qotest::RunResult run = RunQobase({"info", "--peak", dir.File(c.file)});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(Find(run.out, "format: +([^\n]+), 8000 Hz"), c.format);
     EXPECT_EQ(Find(run.out, "channels: +([^\n]+)"), c.channels);

@@ -86,7 +86,7 @@ TEST(QobaseCommandLine, StandardOutputOnAFullDeviceFails) {
   ASSERT_TRUE(qotest::WriteFileBytes(text, "<a><b>1</b></a>"));
   ASSERT_TRUE(qotest::WriteFileBytes(plain, "hello"));
   const std::vector<std::vector<std::string>> commands = {
-      {"demo"},   {"ls", dir.Path()}, {"xml", "tojson", text}, {"base64", "encode", plain},
+      {"tour"},   {"ls", dir.Path()}, {"xml", "tojson", text}, {"base64", "encode", plain},
       {"--help"},
   };
   for (const auto& args : commands) {

@@ -248,7 +248,7 @@ TEST(QobaseOutputs, InputsThatAreNotRegularFilesAreRefused) {
       {{"xml", "tojson", "/dev/zero"}, "/dev/zero", notRegular},
       {{"xml", "validate", "/dev/zero", "/dev/zero"}, "/dev/zero", notRegular},
       {{"base64", "decode", "/dev/zero"}, "/dev/zero", notRegular},
-      {{"wavinfo", dir.Path()}, dir.Path(), ": is a directory, not a file\n"},
+      {{"addmarkers", dir.Path(), out, "1"}, dir.Path(), ": is a directory, not a file\n"},
       {{"midi", dir.File("missing.mid")}, dir.File("missing.mid"), ": No such file or directory\n"},
   };
   for (const auto& c : cases) {
