@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "audio/chunk_io.h"
+
 namespace {
 
 // Bytes moved per read and write: much larger than the progress block, so that the copy makes few
@@ -42,11 +44,6 @@ class BlockProgress {
   QO::Sonvo::IProgress* m_progress;
   uint32_t m_reported;
 };
-
-unsigned int ClassifyWriteError() {
-  return zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace
-                                                               : QO::k_chunkFailure;
-}
 
 // The descriptor of a stream open on a regular file, and the file's identity; -1 for anything else.
 struct RegularFile {
@@ -145,7 +142,7 @@ unsigned int QoDataChunk::WriteToFile(const zu::File& out, bool swap,
   // be positioned (a pipe) is written through memory only.
   errno = 0;
   const long long headEnd = out.SetFilePointer(0, zu::k_fileCurrent);
-  if (headEnd < 0 && errno != ESPIPE) return ClassifyWriteError();
+  if (headEnd < 0 && errno != ESPIPE) return qobase_audio::WriteFailureResult();
   if (m_header.size == 0) return QO::k_chunkSuccess;
   if (!m_file) return QO::k_chunkFailure;
 

@@ -92,8 +92,6 @@ class QoFormatChunkBase {
   // has there, and the stream writes in place (CanRewrite), so nothing outside the chunk is
   // ever touched.
   unsigned int RewriteInPlace(bool swap);
-  // Converts a u32 read from the file to host order.
-  uint32_t FromFile(uint32_t value) const;
 
   RIFFHEADER m_header;
   uint32_t m_dataOffset;

@@ -69,7 +69,6 @@ class QoWavFileWriter {
   const void* GetFmtEx() const;
 
  private:
-  uint32_t ToFile(uint32_t v) const;
   bool WriteSamples(const void* bytes, size_t size, unsigned int frames);
   void FreeMarkers();
   unsigned int BlockAlign() const;

@@ -31,7 +31,8 @@ class QoCueChunk : public QoFormatChunkBase {
   // Shifts every cue by `offset` and rounds it to the nearest multiple of `alignment` (an
   // exact half rounds down), a rounded-up position limited to `maxPosition`. Alignment 0 only
   // shifts. (0, 512, 100000): 1280 -> 1024, 1300 -> 1536.
-  virtual void AdjustCuesPosition(unsigned int offset, unsigned int alignment, unsigned int maxPosition);
+  virtual void AdjustCuesPosition(unsigned int offset, unsigned int alignment,
+                                  unsigned int maxPosition);
   virtual void GetCuesVector(std::vector<WAV_CUE>& cues) const;
   // Appends a cue at frame `position` with the next free ID (one above the highest so far) and
   // returns that ID; an invalid chunk becomes a valid one. On an empty chunk: ID 1, size 28.
@@ -43,7 +44,8 @@ class QoCueChunk : public QoFormatChunkBase {
 
   // Keeps the cues with start <= position <= start + length, moved back by start; removes the
   // others, calling `onRemoved` with each removed ID (std::bad_function_call if it is empty).
-  void TrimCues(unsigned int start, unsigned int length, const std::function<void(unsigned int)>& onRemoved);
+  void TrimCues(unsigned int start, unsigned int length,
+                const std::function<void(unsigned int)>& onRemoved);
   // Stable sort by position.
   void SortCues();
 
@@ -113,14 +115,19 @@ class QoSmplChunk : public QoFormatChunkBase {
   unsigned int UpdateLoopInfo(double ratio, unsigned int numFrames, bool swap);
   // Loads the loop of the file's sampler chunk; without one, creates a chunk with the loop
   // [start, end]. Always true.
-  bool ForceInitLoop(const zu::File& file, QoFormatChunkBase* parent, unsigned int start, unsigned int end);
-  // The 36-byte SAMPLER record and the 24-byte loop record, plain or swapped; false on a short write.
+  bool ForceInitLoop(const zu::File& file, QoFormatChunkBase* parent, unsigned int start,
+                     unsigned int end);
+  // The 36-byte SAMPLER record and the 24-byte loop record, plain or swapped; false on a short
+  // write.
   bool WriteSampleInfo(const zu::File& out);
   bool WriteLoopInfo(const zu::File& out);
   bool WriteSampleInfoSwapped(const zu::File& out);
   bool WriteLoopInfoSwapped(const zu::File& out);
 
  private:
+  // The SAMPLER record, the loop record or both, in that order, in one write.
+  bool WriteSamplerRecords(const zu::File& out, bool head, bool loop, bool swap);
+
   SAMPLER m_sampler;
   SAMPLER_LOOP m_loop;
 };
