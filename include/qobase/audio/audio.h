@@ -10,6 +10,7 @@
 #include <qobase/audio/wav_file_writer.h>
 #include <qobase/audio/wave_format.h>
 #include <qobase/audio/wav_chunk_base.h>
+#include <qobase/audio/wav_data_chunk.h>
 #include <qobase/audio/wav_structure_chunks.h>
 #include <qobase/audio/wav_marker_chunks.h>
 #include <qobase/audio/wav_file.h>

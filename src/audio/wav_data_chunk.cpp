@@ -1,7 +1,7 @@
 // The "data" chunk of the chunk editor: its samples are copied from the source file into the
 // output in blocks.
 #include <qobase/audio/wav_byte_swap.h>
-#include <qobase/audio/wav_structure_chunks.h>
+#include <qobase/audio/wav_data_chunk.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
