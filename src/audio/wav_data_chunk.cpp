@@ -189,8 +189,8 @@ unsigned int QoDataChunk::UpdateChunkSize(unsigned int size, bool swap) {
   return _UpdateChunkSize(*m_file, m_dataOffset, size, swap);
 }
 
-unsigned int QoDataChunk::_UpdateChunkSize(const zu::File& out, unsigned int dataOffset,
-                                           unsigned int size, bool swap) {
+QO::ChunkResult QoDataChunk::_UpdateChunkSize(const zu::File& out, unsigned int dataOffset,
+                                              unsigned int size, bool swap) {
   if (!m_valid || dataOffset < 8) return QO::k_chunkFailure;
   m_header.size = size;
   if (!CanRewrite(out)) return QO::k_chunkFailure;

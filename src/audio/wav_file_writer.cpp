@@ -143,7 +143,7 @@ bool QoWavFileWriter::WriteChunk_FMT() {
   } else {
     return false;
   }
-  m_chunksWritten |= 0x1;
+  m_chunksWritten |= QO::k_chunkFmt;
   return true;
 }
 
@@ -197,15 +197,15 @@ bool QoWavFileWriter::WriteChunk_LIST() {
 
 bool QoWavFileWriter::WriteChunk_DATA() {
   if (!WriteRIFFHeader(QO::k_fccData, 0)) return false;
-  m_chunksWritten |= 0x2;
+  m_chunksWritten |= QO::k_chunkData;
   return true;
 }
 
 bool QoWavFileWriter::WriteChunks(unsigned int flags) {
   if (!m_file.IsOpen() || !WriteChunk_FMT()) return false;
-  if ((flags & 0x4) && !WriteChunk_SMPL()) return false;
-  if ((flags & 0x8) && !m_markers.empty() && !WriteChunk_CUE()) return false;
-  if ((flags & 0x10) && !m_markers.empty() && !WriteChunk_LIST()) return false;
+  if ((flags & QO::k_chunkSmpl) && !WriteChunk_SMPL()) return false;
+  if ((flags & QO::k_chunkCue) && !m_markers.empty() && !WriteChunk_CUE()) return false;
+  if ((flags & QO::k_chunkLIST) && !m_markers.empty() && !WriteChunk_LIST()) return false;
   if (!WriteChunk_DATA()) return false;
   const long long position = m_file.SetFilePointer(0, zu::k_fileCurrent);
   if (position < 0) return false;

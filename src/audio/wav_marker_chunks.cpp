@@ -253,7 +253,7 @@ unsigned int QoListChunk::AddLabel(unsigned int id, CStdStr text) {
   return QO::k_chunkSuccess;
 }
 
-unsigned int QoListChunk::RemoveLabel(unsigned int id) {
+QO::ChunkResult QoListChunk::RemoveLabel(unsigned int id) {
   bool removed = false;
   for (auto it = m_labels.begin(); it != m_labels.end();) {
     if (it->cueID != id) {

@@ -85,7 +85,7 @@ TEST(WavStandardLayout, OffKeepsTheOldResultsOnReadsThePublishedLayout) {
       SCOPED_TRACE(std::string(c.name) + (on ? " on" : " off"));
       QoWavFileReader reader;
       reader.SetStandardExtensibleLayout(on);
-      ASSERT_TRUE(reader.Open(zu::Path(path)) && reader.ReadChunks(0x3));
+      ASSERT_TRUE(reader.Open(zu::Path(path)) && reader.ReadChunks(QO::k_chunksFormatAndData));
       EXPECT_EQ(qotest::Fields(*reader.GetFormat()), on && c.fieldsOn ? c.fieldsOn : c.fieldsOff);
       EXPECT_EQ(reader.IsFloat(), on ? c.floatOn : c.floatOff);
       // The facts hold the body as stored, the sub-format as understood.
@@ -116,7 +116,7 @@ TEST(WavStandardLayout, OffKeepsTheOldResultsOnReadsThePublishedLayout) {
       EXPECT_EQ(qotest::Fields(format), qotest::Fields(*reader.GetFormat()));
       EXPECT_EQ(wav.GetStoredFormat().standardLayoutUsed, facts.standardLayoutUsed);
       zu::File out;
-      ASSERT_EQ(out.Open(zu::Path(dir.File("fmt.bin")), k_openModeWrite, 0), 1u);
+      ASSERT_EQ(out.Open(zu::Path(dir.File("fmt.bin")), k_openModeWrite, 0), QO::k_resultSuccess);
       EXPECT_FALSE(wav.WriteFormatChunkAsStored(out, !c.big));
       EXPECT_TRUE(wav.WriteFormatChunkAsStored(out, c.big));
       out.Close();

@@ -64,7 +64,8 @@ TEST(File, WriterLockHoldsAcrossHandlesAndProcesses) {
     EXPECT_EQ(QO::k_resultFailure, second.Open(path, mode, 0)) << mode;
   }
   // Readers take no lock.
-  EXPECT_TRUE(second.Open(path, k_openModeRead, 0) == 1 && second.Close() == 1);
+  EXPECT_TRUE(second.Open(path, k_openModeRead, 0) == QO::k_resultSuccess &&
+              second.Close() == QO::k_resultSuccess);
   const auto openInChild = [&](QoOpenMode mode) {
     return qotest::RunInChild([&] {
       zu::File other;
@@ -210,8 +211,8 @@ TEST(File, GetLastErrorClassifiesWriteFailures) {
     signal(SIGXFSZ, SIG_IGN);
     struct rlimit limit = {4096, 4096};
     zu::File file;
-    const bool ready =
-        setrlimit(RLIMIT_FSIZE, &limit) == 0 && file.Open(path, k_openModeWrite, 0) == 1;
+    const bool ready = setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+                       file.Open(path, k_openModeWrite, 0) == QO::k_resultSuccess;
     const bool refused =
         ready && !file.WriteExact(block.data(), static_cast<unsigned int>(block.size()));
     return refused ? static_cast<int>(zu::File::GetLastError()) : 100;

@@ -16,18 +16,19 @@ class QoDataChunk : public QoFormatChunkBase {
   // Writes the head (the stored size), then copies the body from the source, reporting
   // SetRange(0, size), SetPosition(0) and the bytes copied at the end of each 16 KiB block and
   // of the copy. A source that ends early leaves a chunk of the bytes copied: the head in out is
-  // rewritten with that size (kept as the stored size) and the result is still 0, or 1 when out
-  // cannot be rewritten in place (append mode, a pipe). A failed write gives 2 when the device
-  // is full, else 1.
+  // rewritten with that size (kept as the stored size) and the result is still QO::k_chunkSuccess,
+  // or k_chunkFailure when out cannot be rewritten in place (append mode, a pipe). A failed write
+  // gives k_chunkOutOfSpace when the device is full, else k_chunkFailure.
   virtual unsigned int WriteToFile(const zu::File& out, bool swap, QO::Sonvo::IProgress* progress);
-  // The 8-byte head only. 0 or 1.
+  // The 8-byte head only. QO::k_chunkSuccess or k_chunkFailure.
   virtual unsigned int WriteChunkHeaderToFile(const zu::File& out, bool swap);
-  // Sets the size and rewrites the head in place in the source file. 0 or 1 (1 also when the
-  // file was not opened for writing or is in append mode).
+  // Sets the size and rewrites the head in place in the source file. QO::k_chunkSuccess or
+  // k_chunkFailure (also when the file was not opened for writing or is in append mode).
   virtual unsigned int UpdateChunkSize(unsigned int size, bool swap);
 
   // Sets the size and rewrites the head of a data chunk whose body starts at `dataOffset` in
-  // `out`, returning to out's position. 0 or 1 (1 for an out in append mode).
-  unsigned int _UpdateChunkSize(const zu::File& out, unsigned int dataOffset, unsigned int size,
-                                bool swap);
+  // `out`, returning to out's position. QO::k_chunkSuccess or k_chunkFailure (also for an out in
+  // append mode).
+  QO::ChunkResult _UpdateChunkSize(const zu::File& out, unsigned int dataOffset, unsigned int size,
+                                   bool swap);
 };

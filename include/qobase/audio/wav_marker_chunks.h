@@ -38,8 +38,8 @@ class QoCueChunk : public QoFormatChunkBase {
   // returns that ID; an invalid chunk becomes a valid one. On an empty chunk: ID 1, size 28.
   virtual unsigned int AddCue(unsigned int position);
   // Multiplies every position by `ratio` (rounded to nearest, halves away from zero), limits it
-  // to numFrames - 1, and rewrites the chunk in place. 1 when not valid, when the chunk no
-  // longer has its size in the file, or when the file was not opened for writing.
+  // to numFrames - 1, and rewrites the chunk in place. QO::k_chunkFailure when not valid, when the
+  // chunk no longer has its size in the file, or when the file was not opened for writing.
   virtual unsigned int UpdateCueInfo(double ratio, unsigned int numFrames, bool swap);
 
   // Keeps the cues with start <= position <= start + length, moved back by start; removes the
@@ -72,13 +72,15 @@ class QoListChunk : public QoFormatChunkBase {
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
   // A "LIST" whose body starts with "adtl".
   bool IsValidChunk(const RIFFHEADER& header, unsigned int dataOffset) override;
-  // Appends a label (the text and its NUL); an invalid chunk becomes a valid one. Returns 0.
+  // Appends a label (the text and its NUL); an invalid chunk becomes a valid one.
+  // QO::k_chunkSuccess, or k_chunkFailure when memory runs out.
   // AddLabel(3, "ab") on an empty list gives size 20.
   virtual unsigned int AddLabel(unsigned int id, CStdStr text);
 
-  // Removes every label of cue `id`; 0 when at least one was removed, else 1. The chunk stays
+  // Removes every label of cue `id`; QO::k_chunkSuccess when at least one was removed, else
+  // k_chunkFailure. The chunk stays
   // valid without labels (it then writes a "LIST" holding only "adtl").
-  unsigned int RemoveLabel(unsigned int id);
+  QO::ChunkResult RemoveLabel(unsigned int id);
   // The labels; their texts stay owned by the chunk.
   const std::vector<LABEL>& GetLabels() const { return m_labels; }
 
@@ -99,7 +101,8 @@ class QoSmplChunk : public QoFormatChunkBase {
   bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
   void Reset() override;
   unsigned int GetChunkID() override;
-  // The head, the SAMPLER record and the loop, swapped when `swap`. 0 or 1.
+  // The head, the SAMPLER record and the loop, swapped when `swap`. QO::k_chunkSuccess or
+  // k_chunkFailure (a full device included).
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
 
   // The loop; returns IsValid().
@@ -110,8 +113,8 @@ class QoSmplChunk : public QoFormatChunkBase {
   void GetLoopInfo(SAMPLER_LOOP& loop) const;
   // Scales the loop by `ratio` (rounded to nearest, halves away from zero), the end limited to
   // numFrames - 1 and the start set to 0 when it passes the end, and rewrites the chunk in
-  // place. 1 when not valid, when the chunk in the file is not the 60-byte one-loop form, or
-  // when the file was not opened for writing.
+  // place. QO::k_chunkFailure when not valid, when the chunk in the file is not the 60-byte
+  // one-loop form, or when the file was not opened for writing.
   unsigned int UpdateLoopInfo(double ratio, unsigned int numFrames, bool swap);
   // Loads the loop of the file's sampler chunk; without one, creates a chunk with the loop
   // [start, end]. Always true.
