@@ -48,7 +48,8 @@ const std::string k_mono16 = FmtBody(false, 1, 1, 8000, 16);
 const std::string k_data2("\x01\x00", 2);
 
 TEST(WavFileReader, OpenChecksTheContainerHead) {
-  EXPECT_TRUE(ReaderOn(WaveFile(false, "")).opened && ReaderOn(WaveFile(true, "")).opened);
+  EXPECT_TRUE(ReaderOn(WaveFile(false, "")).opened);
+  EXPECT_TRUE(ReaderOn(WaveFile(true, "")).opened);
   for (const char* bad :
        {"RIFF\x04\x00\x00\x00WAVX", "RIFQ\x04\x00\x00\x00WAVE", "RIFF\x04\x00\x00\x00WAV"})
     EXPECT_FALSE(ReaderOn(bad).opened) << bad;

@@ -28,8 +28,9 @@ TEST(WavFile, AddsMarkersLabelsAndLoopToAFileOfOurWriterKeepingItsOwn) {
   char label[] = "Old";
   writer.SetMarkers({QO_WAVE_MARKER{1, 10, 4, label}});
   writer.SetLoopPoints(100, 2000);
-  ASSERT_TRUE(writer.WriteChunks(QO::k_chunksMarkers) &&
-              writer.WriteInt16AsPCMData(3000, samples.data()) && writer.Close());
+  ASSERT_TRUE(writer.WriteChunks(QO::k_chunksMarkers));
+  ASSERT_TRUE(writer.WriteInt16AsPCMData(3000, samples.data()));
+  ASSERT_TRUE(writer.Close());
   const std::string before = ReadFileBytes(source);
 
   QoWavFile wav;
@@ -100,16 +101,19 @@ TEST(WavFile, CanonicalFileWithFormatAndDataOnly) {
 
   zu::File out;
   ASSERT_EQ(out.Open(zu::Path(dir.File("out.wav")), k_openModeWrite, 0), QO::k_resultSuccess);
-  EXPECT_TRUE(wav.WriteCueChunk(out, false) && wav.WriteListChunk(out, false) &&
-              wav.WriteSmplChunk(out, false));
+  EXPECT_TRUE(wav.WriteCueChunk(out, false));
+  EXPECT_TRUE(wav.WriteListChunk(out, false));
+  EXPECT_TRUE(wav.WriteSmplChunk(out, false));
   EXPECT_EQ(out.SetFilePointer(0, zu::k_fileCurrent), 0);  // nothing to write for them
   // The filler after a 24-byte format starts at 44 with 4 bytes, so the samples start at 64.
   format.nSamplesPerSec = 16000;
   format.nAvgBytesPerSec = 64000;
   wav.SetFormat(&format);
-  ASSERT_TRUE(wav.WriteRiffChunk(out, false) && wav.WriteFormatChunk(out, false) &&
-              wav.WriteJunkChunk(out, false));
-  ASSERT_TRUE(wav.WriteDataChunk(out, false) && wav.UpdateRiffChunkSize(out, false));
+  ASSERT_TRUE(wav.WriteRiffChunk(out, false));
+  ASSERT_TRUE(wav.WriteFormatChunk(out, false));
+  ASSERT_TRUE(wav.WriteJunkChunk(out, false));
+  ASSERT_TRUE(wav.WriteDataChunk(out, false));
+  ASSERT_TRUE(wav.UpdateRiffChunkSize(out, false));
   ASSERT_TRUE(wav.WriteFormatChunkNotExtensible(out, false));
   out.Close();
   const std::string compact = U16(0xFFFE) + PcmFormatBody(2, 16000, 16).substr(2) + U16(4) +

@@ -49,14 +49,17 @@ TEST(MidiFile, ValidatesListsConvertsAndServesSeveralFiles) {
   Events events(3);
   QoMidiInfo info{};
   // Before Validate: nothing to give, the vector untouched.
-  EXPECT_TRUE(midi.GetEvents(events) == QO::k_resultFailure && events.size() == 3 &&
-              !midi.GetMidiInfo(info));
+  EXPECT_TRUE(midi.GetEvents(events) == QO::k_resultFailure);
+  EXPECT_TRUE(events.size() == 3);
+  EXPECT_TRUE(!midi.GetMidiInfo(info));
   EXPECT_EQ(midi.GetValidateResult(), 0u);
   ASSERT_EQ(Load(midi, dir.File("song.mid"), k_twoNotes), QO::k_resultSuccess);
   EXPECT_EQ(midi.GetFileSize(), k_twoNotes.size());
   EXPECT_EQ(midi.GetValidateResult(), 0u);
   ASSERT_TRUE(midi.GetMidiInfo(info));
-  EXPECT_TRUE(info.valid && info.tempo == 100.0 && info.division == 96);
+  EXPECT_TRUE(info.valid);
+  EXPECT_TRUE(info.tempo == 100.0);
+  EXPECT_TRUE(info.division == 96);
   // 3 channel events, 2 end-of-tracks, 1 closing note off; 48 ticks.
   EXPECT_EQ(info.numEvents * 1000 + info.lengthTicks, 6048u);
   ASSERT_EQ(midi.GetEvents(events), QO::k_resultSuccess);
@@ -74,12 +77,13 @@ TEST(MidiFile, ValidatesListsConvertsAndServesSeveralFiles) {
   // Close keeps what was loaded; Release drops it and leaves nothing to convert.
   midi.Close();
   EXPECT_TRUE(midi.GetMidiInfo(info));
-  EXPECT_TRUE(midi.GetEvents(events) == QO::k_resultSuccess && events.size() == 6);
+  EXPECT_TRUE(midi.GetEvents(events) == QO::k_resultSuccess);
+  EXPECT_TRUE(events.size() == 6);
   midi.Release();
   EXPECT_EQ(midi.GetFileSize(), 0u);
   EXPECT_FALSE(midi.GetMidiInfo(info));
-  EXPECT_TRUE(midi.Convert(dir.File("released.out")) == QO::k_resultFailure &&
-              !Exists(dir.File("released.out")));
+  EXPECT_TRUE(midi.Convert(dir.File("released.out")) == QO::k_resultFailure);
+  EXPECT_TRUE(!Exists(dir.File("released.out")));
 
   // The closing end-of-track is listed beyond numEvents; with nothing counted nothing is listed.
   ASSERT_EQ(Load(midi, dir.File("a.mid"), MidiFileBytes(0, 96, {"0 C0 01, 0 FF 2F 00"})),
@@ -97,15 +101,17 @@ TEST(MidiFile, ValidatesListsConvertsAndServesSeveralFiles) {
   ASSERT_EQ(Load(midi, dir.File("two.mid"), MidiFileBytes(0, 480, {"960 95 01 02"})),
             QO::k_resultSuccess);
   ASSERT_TRUE(midi.GetMidiInfo(info));
-  EXPECT_TRUE(info.division == 480 && info.lengthTicks == 960 && info.tempo == 120.0);
+  EXPECT_TRUE(info.division == 480);
+  EXPECT_TRUE(info.lengthTicks == 960);
+  EXPECT_TRUE(info.tempo == 120.0);
   ASSERT_EQ(midi.Convert(dir.File("two.out")), QO::k_resultSuccess);
   EXPECT_EQ(ReadFileBytes(dir.File("two.out")),
             MidiStreamHeader(480, 120.0f) + MidiHex("87 40 95 01 02  00 85 01 00"));
   // Open and Convert without Validate, twice from what was loaded; the file was read to its
   // end, so validating reads nothing more and fails.
   ASSERT_EQ(midi.Open(dir.File("song.mid")), QO::k_resultSuccess);
-  ASSERT_TRUE(midi.Convert(dir.File("1.out")) == QO::k_resultSuccess &&
-              midi.Convert(dir.File("2.out")) == QO::k_resultSuccess);
+  ASSERT_TRUE(midi.Convert(dir.File("1.out")) == QO::k_resultSuccess);
+  ASSERT_TRUE(midi.Convert(dir.File("2.out")) == QO::k_resultSuccess);
   EXPECT_EQ(ReadFileBytes(dir.File("1.out")) + ReadFileBytes(dir.File("2.out")),
             k_twoNotesStream + k_twoNotesStream);
   EXPECT_EQ(midi.Validate(), QO::k_resultInvalidFile);
@@ -115,8 +121,8 @@ TEST(MidiFile, FailuresGiveTheirCodesAndWriteNothing) {
   qotest::TempDir dir;
   QoMidiFile midi;
   EXPECT_EQ(midi.Open(dir.File("missing.mid")), QO::k_resultFileNotFound);
-  EXPECT_TRUE(midi.Validate() == QO::k_resultInvalidFile &&
-              midi.GetValidateResult() == 1);  // not open
+  EXPECT_TRUE(midi.Validate() == QO::k_resultInvalidFile);
+  EXPECT_TRUE(midi.GetValidateResult() == 1);  // not open
 
   const std::vector<std::tuple<const char*, std::string, unsigned>> bad = {
       {"text.mid", "just some text, no header", 2},
@@ -129,10 +135,11 @@ TEST(MidiFile, FailuresGiveTheirCodesAndWriteNothing) {
     EXPECT_EQ(midi.GetValidateResult(), result) << name;
     QoMidiInfo info{};
     Events events;
-    EXPECT_TRUE(!midi.GetMidiInfo(info) && midi.GetEvents(events) == QO::k_resultFailure) << name;
+    EXPECT_TRUE(!midi.GetMidiInfo(info)) << name;
+    EXPECT_TRUE(midi.GetEvents(events) == QO::k_resultFailure) << name;
     if (result == 4) continue;  // a zero division still converts
-    EXPECT_TRUE(midi.Convert(dir.File("out")) == QO::k_resultFailure && !Exists(dir.File("out")))
-        << name;
+    EXPECT_EQ(midi.Convert(dir.File("out")), QO::k_resultFailure) << name;
+    EXPECT_FALSE(Exists(dir.File("out"))) << name;
     EXPECT_EQ(ReadFileBytes(dir.File(name)), bytes) << name;
   }
 
@@ -146,8 +153,8 @@ TEST(MidiFile, FailuresGiveTheirCodesAndWriteNothing) {
   // a second Read starts at the end of the file.
   ASSERT_EQ(midi.Open(dir.File("song.mid")), QO::k_resultSuccess);
   ASSERT_EQ(midi.Read(), QO::k_resultSuccess);
-  EXPECT_TRUE(midi.Convert(dir.File("read.out")) == QO::k_resultFailure &&
-              !Exists(dir.File("read.out")));
+  EXPECT_TRUE(midi.Convert(dir.File("read.out")) == QO::k_resultFailure);
+  EXPECT_TRUE(!Exists(dir.File("read.out")));
   EXPECT_EQ(midi.Read(), QO::k_resultFileNotFound);
 }
 

@@ -64,7 +64,7 @@ TEST(WriteBytesMem, GrowsInStepsOf1024AndDetaches) {
   EXPECT_EQ('q', buffer.Bytes()[0]);
 }
 
-TEST(HashBytes, Fnv1) {
+TEST(HashBytes, HashesFnv1AlikeWholeOrInPiecesFromTheGivenSeed) {
   int written = 0;
   HashBytes a(2166136261u), whole(2166136261u), parts(2166136261u), seeded(0);
   EXPECT_TRUE(a.WriteBytes("a", 1, written));
