@@ -1,3 +1,4 @@
+// QoWavFileReader: the chunk walk of a WAVE file, its format, loop and markers, and sample reads.
 #include <qobase/audio/wav_byte_swap.h>
 #include <qobase/audio/wav_file_reader.h>
 #include <qobase/result_code.h>

@@ -1,3 +1,4 @@
+// QoWavFileWriter: one-pass writing of a WAVE file, its marker chunks and its samples.
 #include <qobase/audio/wav_byte_swap.h>
 #include <qobase/audio/wav_file_writer.h>
 #include <qobase/files/directory_operations.h>

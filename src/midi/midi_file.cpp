@@ -1,3 +1,4 @@
+// QoMidiFile: loading, validating and converting a Standard MIDI File on disk.
 #include <qobase/files/directory_operations.h>
 #include <qobase/midi/midi_file.h>
 #include <qobase/result_code.h>

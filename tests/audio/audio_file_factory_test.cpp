@@ -1,3 +1,4 @@
+// The reader factory: which extension gives which reader.
 #include <gtest/gtest.h>
 #include <qobase/audio/audio_file_reader.h>
 #include <qobase/audio/wav_file_reader.h>

@@ -1,3 +1,4 @@
+// The CAF reader: its chunk walk, formats, channel matrix and sample reads.
 #include <gtest/gtest.h>
 #include <qobase/audio/caf_reader.h>
 #include <qobase/result_code.h>

@@ -1,3 +1,4 @@
+// The WAV reader: formats, markers, loops, damaged chunk walks and sample reads.
 #include <gtest/gtest.h>
 #include <qobase/audio/wav_file_reader.h>
 

@@ -1,3 +1,4 @@
+// The WAV writer: the bytes it writes for formats, markers and samples.
 #include <gtest/gtest.h>
 #include <qobase/audio/wav_file_writer.h>
 

@@ -1,3 +1,4 @@
+// The byte sources and sinks, the hashing sink and the simple read stream.
 #include <gtest/gtest.h>
 #include <qobase/result_code.h>
 #include <qobase/streams/byte_streams.h>

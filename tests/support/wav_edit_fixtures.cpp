@@ -1,3 +1,4 @@
+// Short forms of the WAVE builders for the chunk editor tests.
 #include "wav_edit_fixtures.h"
 
 #include <qobase/audio/wav_file_reader.h>
