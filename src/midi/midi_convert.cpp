@@ -160,6 +160,14 @@ class SustainPedals {
   uint32_t m_down = 0;
 };
 
+// Where the merged events are written and what they have counted so far.
+struct StreamCursor {
+  unsigned char* w;
+  uint8_t lastStatus;
+  uint64_t lengthTicks;
+  uint32_t numEvents;
+};
+
 // One conversion into the caller's buffer: the stream header, then the merged events with their
 // delta times in the stream's tempo and channel statuses run together, then the events that
 // leave no pedal down and no note sounding. The tempo and the counters it keeps are the
@@ -187,8 +195,15 @@ class EventConverter {
   // Writes every event of the merged tracks. False when the buffer is full or an event is
   // malformed.
   bool WriteMerged(TrackMerge& merge) {
-    m_lengthTicks = 0;
-    m_numEvents = 0;
+    // Held in a local while the events are written: the byte stores cannot alias it, so it can
+    // stay in registers.
+    StreamCursor cursor{m_w, 0, 0, 0};
+    const auto finish = [this, &cursor](bool ok) {
+      m_w = cursor.w;
+      m_lengthTicks = cursor.lengthTicks;
+      m_numEvents = cursor.numEvents;
+      return ok;
+    };
     float scale = 1.0f;
     uint64_t carried = 0;  // delta time of the events that wrote nothing, carried to the next
     uint64_t now = 0;
@@ -199,18 +214,18 @@ class EventConverter {
       const uint8_t* event = merge.Track().eventBytes;
       const uint8_t status = event[0];
       if (status >= 0x80 && status < 0xF0) {
-        if (!WriteChannelEvent(carried, event)) return false;
+        if (!WriteChannelEvent(cursor, carried, event)) return finish(false);
         carried = 0;
       } else if (status == k_statusMeta && event[1] == k_metaEndOfTrack) {
-        if (!WriteEndOfTrack(carried)) return false;
+        if (!WriteEndOfTrack(cursor, carried)) return finish(false);
         carried = 0;
       } else if (status == k_statusMeta && event[1] == k_metaSetTempo) {
-        scale = TakeTempo(event);
+        scale = TakeTempo(event, cursor.lengthTicks);
       }
       // System-exclusive and other meta events write nothing; their delta stays in `carried`.
-      if (!merge.Advance()) return false;
+      if (!merge.Advance()) return finish(false);
     }
-    return true;
+    return finish(true);
   }
 
   // At delta 0: pedals still down are released, then notes still sounding are stopped.
@@ -227,7 +242,7 @@ class EventConverter {
     QoMidiNoteChanPair pair;
     int previousChannel = -1;
     while (!m_notes.Empty()) {
-      if (!HasRoom()) return false;
+      if (!HasRoom(m_w)) return false;
       m_notes.PopFront(pair);
       *m_w++ = 0x00;
       if (pair.channel != previousChannel) *m_w++ = static_cast<unsigned char>(0x80 | pair.channel);
@@ -242,7 +257,7 @@ class EventConverter {
   // A stream whose events all sit at tick 0 still lasts one tick: an end of track at delta 1.
   bool LastAtLeastOneTick() {
     if (m_lengthTicks != 0) return true;
-    if (!HasRoom()) return false;
+    if (!HasRoom(m_w)) return false;
     *m_w++ = 0x01;
     *m_w++ = k_statusMeta;
     *m_w++ = k_metaEndOfTrack;
@@ -254,50 +269,54 @@ class EventConverter {
   unsigned char* End() const { return m_w; }
 
  private:
-  bool HasRoom() const { return static_cast<size_t>(m_limit - m_w) >= k_eventRoom; }
+  bool HasRoom(const unsigned char* w) const {
+    return static_cast<size_t>(m_limit - w) >= k_eventRoom;
+  }
 
   // A channel event, its status left out when it repeats the last one written.
-  bool WriteChannelEvent(uint64_t delta, const uint8_t* event) {
-    if (!HasRoom()) return false;
+  bool WriteChannelEvent(StreamCursor& cursor, uint64_t delta, const uint8_t* event) {
+    if (!HasRoom(cursor.w)) return false;
     const uint8_t status = event[0];
-    m_w = WriteVlq(m_w, delta);
-    if (status != m_lastStatus) *m_w++ = status;
-    *m_w++ = event[1];
-    if (qo_midi::ChannelEventSize(status) == 3) *m_w++ = event[2];
+    unsigned char* w = WriteVlq(cursor.w, delta);
+    if (status != cursor.lastStatus) *w++ = status;
+    *w++ = event[1];
+    if (qo_midi::ChannelEventSize(status) == 3) *w++ = event[2];
+    cursor.w = w;
     if (!ApplyToNotes(m_notes, event)) return false;
     m_pedals.Apply(event);
-    Count(delta);
-    m_lastStatus = status;
+    Count(cursor, delta);
+    cursor.lastStatus = status;
     return true;
   }
 
   // An end of track, after which the next channel event writes its status again.
-  bool WriteEndOfTrack(uint64_t delta) {
-    if (!HasRoom()) return false;
-    m_w = WriteVlq(m_w, delta);
-    *m_w++ = k_statusMeta;
-    *m_w++ = k_metaEndOfTrack;
-    *m_w++ = 0x00;
-    Count(delta);
-    m_lastStatus = 0;
+  bool WriteEndOfTrack(StreamCursor& cursor, uint64_t delta) {
+    if (!HasRoom(cursor.w)) return false;
+    unsigned char* w = WriteVlq(cursor.w, delta);
+    *w++ = k_statusMeta;
+    *w++ = k_metaEndOfTrack;
+    *w++ = 0x00;
+    cursor.w = w;
+    Count(cursor, delta);
+    cursor.lastStatus = 0;
     return true;
   }
 
   // A tempo event before the first tick that counts sets the stream's tempo; every one sets the
   // scale of the delta times that follow. Returns that scale.
-  float TakeTempo(const uint8_t* event) {
+  float TakeTempo(const uint8_t* event, uint64_t lengthTicks) {
     const uint32_t microseconds = (uint32_t{event[3]} << 16) | (uint32_t{event[4]} << 8) | event[5];
     const float tempo = 60000000.0f / static_cast<float>(microseconds);
-    if (m_lengthTicks == 0) {
+    if (lengthTicks == 0) {
       m_tempo = tempo;
       WriteFloatLittleEndian(m_out + 2, m_tempo);
     }
     return m_tempo / tempo;
   }
 
-  void Count(uint64_t delta) {
-    m_lengthTicks += delta;
-    ++m_numEvents;
+  static void Count(StreamCursor& cursor, uint64_t delta) {
+    cursor.lengthTicks += delta;
+    ++cursor.numEvents;
   }
 
   unsigned char* const m_out;
@@ -306,7 +325,6 @@ class EventConverter {
   float& m_tempo;
   uint64_t& m_lengthTicks;
   uint32_t& m_numEvents;
-  uint8_t m_lastStatus = 0;
   SustainPedals m_pedals;
   QoMidiActiveNotes m_notes;
 };
