@@ -8,7 +8,7 @@ BENCH_DIR    ?= build-bench
 JOBS         ?= 2
 CMAKE_FLAGS  ?=
 
-.PHONY: all deps build demo test sanitize tsan fuzz-build fuzz-smoke fuzz bench format clean
+.PHONY: all deps build demo test sanitize tsan fuzz-build fuzz-smoke fuzz bench format format-check clean
 
 all: build
 
@@ -61,8 +61,15 @@ bench:
 	cmake --build $(BENCH_DIR) -j$(JOBS)
 	scripts/run-benchmarks.sh $(BENCH_DIR)
 
+FORMAT_DIRS := include src tools tests bench fuzz internal
+
 format:
-	find include src tools tests bench fuzz -name '*.h' -o -name '*.cpp' | xargs clang-format -i
+	find $(FORMAT_DIRS) -name '*.h' -o -name '*.cpp' | xargs clang-format -i
+
+# Lists every source file that differs from what clang-format makes of it, and fails if there is
+# one; changes nothing.
+format-check:
+	find $(FORMAT_DIRS) -name '*.h' -o -name '*.cpp' | xargs clang-format --dry-run --Werror
 
 clean:
 	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(TSAN_DIR) $(FUZZ_DIR) $(BENCH_DIR)

@@ -21,28 +21,14 @@
 #include <string>
 #include <vector>
 
+#include "internal/scratch_folder.h"
+
 namespace qobench {
 
 // A fresh folder under /tmp, removed with everything in it at the end.
-class ScratchDir {
+class ScratchDir : public qobase_internal::ScratchFolder {
  public:
-  ScratchDir() {
-    char pattern[] = "/tmp/qobase-bench-XXXXXX";
-    if (mkdtemp(pattern)) m_path = pattern;
-  }
-  ~ScratchDir() {
-    boost::system::error_code ignored;
-    if (IsValid()) boost::filesystem::remove_all(m_path, ignored);
-  }
-  ScratchDir(const ScratchDir&) = delete;
-  ScratchDir& operator=(const ScratchDir&) = delete;
-
-  bool IsValid() const { return !m_path.empty(); }
-  const std::string& Path() const { return m_path; }
-  std::string File(const std::string& name) const { return m_path + "/" + name; }
-
- private:
-  std::string m_path;
+  ScratchDir() : ScratchFolder("/tmp", "qobase-bench") {}
 };
 
 // The number of rounds of a comparison: QOBENCH_ROUNDS when set (for quick trials), else

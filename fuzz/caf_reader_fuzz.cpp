@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string path = qofuzz::ScratchFolder::Get().File("input.caf");
   qofuzz::ScratchFolder::Write(path, data, size);
   QoCAFFileReader reader;
-  if (!reader.Open(path.c_str()) || !reader.ReadChunks(0x3)) return 0;
+  if (!reader.Open(path.c_str()) || !reader.ReadChunks(QO::k_chunksFormatAndData)) return 0;
   (void)reader.GetDuration();
   (void)reader.GetNumFrames();
   // Never more frames than the file has bytes.

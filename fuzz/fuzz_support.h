@@ -10,8 +10,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "internal/scratch_folder.h"
 
 namespace qofuzz {
 
@@ -23,7 +26,7 @@ class ScratchFolder {
     static const ScratchFolder folder;
     return folder;
   }
-  std::string File(const char* name) const { return m_path + "/" + name; }
+  std::string File(const char* name) const { return m_folder->File(name); }
 
   // Writes `size` bytes to `path`, replacing it; aborts when that fails, since every later check
   // would be meaningless.
@@ -36,19 +39,13 @@ class ScratchFolder {
 
  private:
   ScratchFolder() {
-    char shm[] = "/dev/shm/qobase-fuzz-XXXXXX";
-    char tmp[] = "/tmp/qobase-fuzz-XXXXXX";
-    const char* made = mkdtemp(shm);
-    if (!made) made = mkdtemp(tmp);
-    if (!made) std::abort();
-    m_path = made;
-  }
-  ~ScratchFolder() {
-    boost::system::error_code ignored;
-    boost::filesystem::remove_all(m_path, ignored);
+    m_folder.reset(new qobase_internal::ScratchFolder("/dev/shm", "qobase-fuzz"));
+    if (!m_folder->IsValid())
+      m_folder.reset(new qobase_internal::ScratchFolder("/tmp", "qobase-fuzz"));
+    if (!m_folder->IsValid()) std::abort();
   }
 
-  std::string m_path;
+  std::unique_ptr<qobase_internal::ScratchFolder> m_folder;
 };
 
 inline std::vector<uint8_t> ReadFileBytes(const std::string& path) {

@@ -30,21 +30,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const unsigned int parserResult = parser.Validate();
   std::vector<unsigned char> converted(2 * size + 1024);
   unsigned int convertedSize = static_cast<unsigned int>(converted.size());
-  const bool parserConverted = parserResult == 0 && parser.Convert(converted.data(), convertedSize);
+  const bool parserConverted = parserResult == QoMidiParseAt::k_validateOk &&
+                               parser.Convert(converted.data(), convertedSize);
   if (parserConverted && convertedSize > converted.size()) std::abort();
 
   QoMidiFile midi;
-  if (midi.Open(zu::Path(input.c_str())) != 1) std::abort();
+  if (midi.Open(zu::Path(input.c_str())) != QO::k_resultSuccess) std::abort();
   const unsigned int valid = midi.Validate();
-  if ((valid == 1) != parserConverted) std::abort();
-  if (valid != 1) return 0;
+  if ((valid == QO::k_resultSuccess) != parserConverted) std::abort();
+  if (valid != QO::k_resultSuccess) return 0;
   QoMidiInfo info{};
   if (!midi.GetMidiInfo(info) || !info.valid) std::abort();
   std::vector<QoMidiFile::QoMidiFileEvent> events;
   // A data byte of 0x80 or above is taken as data where only a controller number must be below
   // 0x80, so the stream walk may find more events than were counted; never more than its bytes.
-  if (midi.GetEvents(events) != 1 || events.size() > convertedSize) std::abort();
-  if (midi.Convert(zu::Path(output.c_str())) != 1) std::abort();
+  if (midi.GetEvents(events) != QO::k_resultSuccess || events.size() > convertedSize) std::abort();
+  if (midi.Convert(zu::Path(output.c_str())) != QO::k_resultSuccess) std::abort();
   const std::vector<unsigned char> written = qofuzz::ReadFileBytes(output);
   if (written != std::vector<unsigned char>(converted.begin(), converted.begin() + convertedSize)) {
     std::abort();

@@ -20,7 +20,7 @@ namespace {
 
 bool WriteEdit(QoWavFile& wav, const std::string& path, bool keep) {
   zu::File out;
-  if (out.Open(zu::Path(path.c_str()), k_openModeWrite, 0) != 1) std::abort();
+  if (out.Open(zu::Path(path.c_str()), k_openModeWrite, 0) != QO::k_resultSuccess) std::abort();
   const bool swap = wav.m_riffChunk.NeedSwapRead();
   const bool written =
       wav.WriteRiffChunk(out, swap) &&

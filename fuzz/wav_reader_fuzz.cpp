@@ -58,14 +58,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     QoWavFileReader reader;
     if (!reader.Open(zu::Path(wav.c_str()))) break;
     reader.SetStandardExtensibleLayout(published);
-    reader.ReadChunks(0x1F);
+    reader.ReadChunks(QO::k_chunksAll);
     CheckReader(reader, size);
     (void)reader.GetStoredFormat();
     reader.Close();
   }
 
   std::unique_ptr<QoAudioFileReader> viaFactory(QoAudioFileReader::Create(wav.c_str()));
-  if (viaFactory && viaFactory->ReadChunks(0x3)) (void)qofuzz::ReadAllFloat(*viaFactory);
+  if (viaFactory && viaFactory->ReadChunks(QO::k_chunksFormatAndData))
+    (void)qofuzz::ReadAllFloat(*viaFactory);
   std::unique_ptr<QoAudioFileReader> cafName(QoAudioFileReader::Create(caf.c_str()));
   if (cafName) std::abort();  // the factory opens only WAVE names
   return 0;

@@ -36,7 +36,7 @@ std::vector<float> TransformedBlocks(const std::string& path, const std::vector<
                                      size_t& count, size_t& frames) {
   std::vector<float> blocks;
   QoWavFileReader reader;
-  if (!reader.Open(zu::Path(path)) || !reader.ReadChunks(0x3)) return blocks;
+  if (!reader.Open(zu::Path(path)) || !reader.ReadChunks(QO::k_chunksFormatAndData)) return blocks;
   reader.SeekToAudioFrame(0);
   frames = reader.GetNumFrames();
   const float gain = 1.0f / std::sqrt(2.0f);

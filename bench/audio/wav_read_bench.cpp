@@ -54,21 +54,21 @@ int main() {
         static_cast<unsigned int>(k_fileBytes / (k_channels * bits / 8) / k_block * k_block);
     if (!MakeFile(path, bits, frames)) return 1;
     double oursSum = 0, peerSum = 0;
-    const qobench::Side ours{nullptr, [&] {
-                               QoWavFileReader reader;
-                               if (!reader.Open(zu::Path(path)) || !reader.ReadChunks(0x3))
-                                 return false;
-                               reader.SeekToAudioFrame(0);
-                               unsigned long long total = 0;
-                               double sum = 0;
-                               for (unsigned int n;
-                                    (n = reader.ReadPCMDataAsFloat32(k_block, out.data())) != 0;) {
-                                 total += n;
-                                 sum += out[0];
-                               }
-                               oursSum = sum;
-                               return total == frames;
-                             }};
+    const qobench::Side ours{
+        nullptr, [&] {
+          QoWavFileReader reader;
+          if (!reader.Open(zu::Path(path)) || !reader.ReadChunks(QO::k_chunksFormatAndData))
+            return false;
+          reader.SeekToAudioFrame(0);
+          unsigned long long total = 0;
+          double sum = 0;
+          for (unsigned int n; (n = reader.ReadPCMDataAsFloat32(k_block, out.data())) != 0;) {
+            total += n;
+            sum += out[0];
+          }
+          oursSum = sum;
+          return total == frames;
+        }};
     const qobench::Side peer{nullptr, [&] {
                                SF_INFO info;
                                std::memset(&info, 0, sizeof(info));

@@ -141,14 +141,16 @@ int main() {
                                   smf_delete(smf);
                                   return true;
                                 }};
-  const qobench::Side oursFile{nullptr, [&] {
-                                 QoMidiFile midi;
-                                 if (midi.Open(path) != 1 || midi.Validate() != 1) return false;
-                                 QoMidiInfo info{};
-                                 midi.GetMidiInfo(info);
-                                 qobench::Keep(info);
-                                 return true;
-                               }};
+  const qobench::Side oursFile{
+      nullptr, [&] {
+        QoMidiFile midi;
+        if (midi.Open(path) != QO::k_resultSuccess || midi.Validate() != QO::k_resultSuccess)
+          return false;
+        QoMidiInfo info{};
+        midi.GetMidiInfo(info);
+        qobench::Keep(info);
+        return true;
+      }};
   const qobench::Side smfFile{nullptr, [&] {
                                 smf_t* smf = smf_load(path.c_str());
                                 if (!smf) return false;

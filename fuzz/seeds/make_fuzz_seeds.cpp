@@ -68,7 +68,7 @@ std::string WrittenWav(const std::string& scratch, bool bigEndian) {
   std::vector<QO_WAVE_MARKER> markers = {{1, 20, 6, first}, {2, 60, 7, second}};
   writer.SetMarkers(markers);
   std::vector<float> samples = Clicks(100, 1, 50);
-  if (!writer.WriteChunks(0x1F) || !writer.WriteReal32AsPCMData(100, samples.data()) ||
+  if (!writer.WriteChunks(QO::k_chunksAll) || !writer.WriteReal32AsPCMData(100, samples.data()) ||
       !writer.Close()) {
     std::exit(1);
   }

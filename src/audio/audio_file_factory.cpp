@@ -1,3 +1,4 @@
+// QoAudioFileReader::Create: picks a reader by the file name's extension.
 #include <qobase/audio/audio_file_extensions.h>
 #include <qobase/audio/audio_file_reader.h>
 #include <qobase/audio/wav_file_reader.h>

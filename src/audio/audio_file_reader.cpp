@@ -1,3 +1,4 @@
+// The sample conversion every audio file reader shares: stored samples to 32-bit float.
 #include <qobase/audio/audio_file_reader.h>
 
 #include "audio/sample_conversion.h"

@@ -73,7 +73,7 @@ QoCAFReader::~QoCAFReader() {
   if (m_matrix != nullptr && m_allocator != nullptr) m_allocator->Free(m_matrix);
 }
 
-unsigned int QoCAFReader::Init(IQoSimpleStream* stream) {
+QO::ResultCode QoCAFReader::Init(IQoSimpleStream* stream) {
   m_stream = stream;
   return QO::k_resultSuccess;
 }

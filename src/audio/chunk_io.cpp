@@ -1,8 +1,6 @@
 // Walk limits and byte-for-byte chunk copies.
 #include "audio/chunk_io.h"
 
-#include <qobase/audio/wav_chunk_base.h>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -16,17 +14,17 @@ namespace {
 
 constexpr uint32_t k_copyBufferSize = 64 * 1024;
 
-unsigned int WriteFailure() {
-  return zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace
-                                                               : QO::k_chunkFailure;
-}
-
 unsigned int WriteOut(const zu::File& out, const void* bytes, unsigned int size) {
   errno = 0;
-  return out.WriteExact(bytes, size) ? QO::k_chunkSuccess : WriteFailure();
+  return out.WriteExact(bytes, size) ? QO::k_chunkSuccess : WriteFailureResult();
 }
 
 }  // namespace
+
+QO::ChunkResult WriteFailureResult() {
+  return zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace
+                                                               : QO::k_chunkFailure;
+}
 
 uint64_t GetWalkLimit(const zu::File& file) {
   FILE* stream = file.GetStream();

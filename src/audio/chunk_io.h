@@ -2,6 +2,7 @@
 // from a source file byte for byte.
 #pragma once
 
+#include <qobase/audio/wav_chunk_base.h>
 #include <qobase/files/file.h>
 
 #include <cstdint>
@@ -13,6 +14,10 @@ namespace qobase_audio {
 // over a stream whose end is unknown, such as /dev/zero or a pipe fed forever, ends at once
 // instead of reading headers without end.
 uint64_t GetWalkLimit(const zu::File& file);
+
+// The chunk result for a write that has just failed: k_chunkOutOfSpace when zu::File reports a
+// full device, else k_chunkFailure.
+QO::ChunkResult WriteFailureResult();
 
 // Copies the chunk whose head starts at `headOffset` in `source` (the 8-byte head and `bodySize`
 // body bytes, exactly as stored) to out's position, then a 0 pad byte after an odd body. A chunk

@@ -22,7 +22,8 @@ bool HasKnownStandardLayout(const QoWaveFormatFacts& facts);
 // The published layout (StandardWaveFormatExtensible) moved into the library's 44-byte record,
 // numbers in host order: the basic fields and cbSize, body bytes 18-19 kept unswapped in
 // wPadding1 (as the default read keeps them, for the compact form's carried field), then valid
-// bits, mask and sub-format (a known GUID also with its leading tag big-endian, in a big-endian file).
+// bits, mask and sub-format (a known GUID also with its leading tag big-endian, in a big-endian
+// file).
 WAVEFORMATEXTENSIBLE StandardLayoutRecord(const WAVEFORMATEXTENSIBLE& stored, bool bigEndian);
 
 }  // namespace qobase_audio

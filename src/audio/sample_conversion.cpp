@@ -1,3 +1,4 @@
+// Sample conversion loops between stored integer or float samples and float, plain and AVX2.
 #include "audio/sample_conversion.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// Byte-order reversal of the WAVE records and sample buffers of big-endian ("RIFX") files.
 #include <qobase/audio/wav_byte_swap.h>
 
 #include <cstring>

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "audio/chunk_io.h"
 #include "audio/chunk_walk.h"
 
 QoFormatChunkBase::QoFormatChunkBase()
@@ -69,7 +70,9 @@ void QoFormatChunkBase::Reset() {
   m_valid = false;
 }
 
-unsigned int QoFormatChunkBase::GetFileChunkSize() const { return m_header.size + (m_header.size & 1) + 8; }
+unsigned int QoFormatChunkBase::GetFileChunkSize() const {
+  return m_header.size + (m_header.size & 1) + 8;
+}
 
 unsigned int QoFormatChunkBase::GetDataOffset() const { return m_dataOffset; }
 
@@ -90,10 +93,11 @@ bool QoFormatChunkBase::WriteChunkHeader(const zu::File& out, bool swap) {
   return out.WriteExact(&header, sizeof(header));
 }
 
-unsigned int QoFormatChunkBase::WriteBytes(const zu::File& out, const void* bytes, unsigned int size) {
+unsigned int QoFormatChunkBase::WriteBytes(const zu::File& out, const void* bytes,
+                                           unsigned int size) {
   errno = 0;
   if (out.WriteExact(bytes, size)) return QO::k_chunkSuccess;
-  return zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace : QO::k_chunkFailure;
+  return qobase_audio::WriteFailureResult();
 }
 
 bool QoFormatChunkBase::CanRewrite(const zu::File& file) {
@@ -111,21 +115,19 @@ unsigned int QoFormatChunkBase::ReadAt(void* buffer, unsigned int size, long lon
 }
 
 unsigned int QoFormatChunkBase::RewriteInPlace(bool swap) {
-  if (!m_valid || !m_file || m_dataOffset < 8 || m_header.size != m_sizeInFile || !CanRewrite(*m_file)) {
+  if (!m_valid || !m_file || m_dataOffset < 8 || m_header.size != m_sizeInFile ||
+      !CanRewrite(*m_file)) {
     return QO::k_chunkFailure;
   }
   const long long previous = m_file->SetFilePointer(0, zu::k_fileCurrent);
-  if (previous < 0 || m_file->SetFilePointer(m_dataOffset - 8, zu::k_fileBegin) < 0) return QO::k_chunkFailure;
+  if (previous < 0 || m_file->SetFilePointer(m_dataOffset - 8, zu::k_fileBegin) < 0)
+    return QO::k_chunkFailure;
   unsigned int result = WriteToFile(*m_file, swap);
   // Push the bytes to the file now; a stream that cannot be written is left usable for reading.
   if (result == QO::k_chunkSuccess && std::fflush(m_file->GetStream()) != 0) {
-    result = zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace : QO::k_chunkFailure;
+    result = qobase_audio::WriteFailureResult();
   }
   if (result != QO::k_chunkSuccess) std::clearerr(m_file->GetStream());
   if (m_file->SetFilePointer(previous, zu::k_fileBegin) < 0) return QO::k_chunkFailure;
   return result;
-}
-
-uint32_t QoFormatChunkBase::FromFile(uint32_t value) const {
-  return m_needSwap ? WavByteSwapHelpers::Swap32(value) : value;
 }

@@ -46,7 +46,9 @@ void QoWavFile::Close() {
   if (m_file.IsOpen()) m_file.Close();
 }
 
-bool QoWavFile::GetFormat(WaveFormatExtensible* format) const { return m_fmtChunk.GetFormatInfo(format); }
+bool QoWavFile::GetFormat(WaveFormatExtensible* format) const {
+  return m_fmtChunk.GetFormatInfo(format);
+}
 
 void QoWavFile::SetFormat(WaveFormatExtensible* format) { m_fmtChunk.SetFormatInfo(format); }
 
@@ -56,7 +58,8 @@ unsigned int QoWavFile::GetFileHeaderSize() const {
 
 double QoWavFile::GetFileDuration() const {
   WaveFormatExtensible format;
-  if (!m_fmtChunk.GetFormatInfo(&format) || format.nBlockAlign == 0 || format.nSamplesPerSec == 0) return 0.0;
+  if (!m_fmtChunk.GetFormatInfo(&format) || format.nBlockAlign == 0 || format.nSamplesPerSec == 0)
+    return 0.0;
   const unsigned int bytes = m_dataChunk.IsValid() ? m_dataChunk.GetSize() : 0;
   return static_cast<double>(bytes / format.nBlockAlign) / format.nSamplesPerSec;
 }
@@ -81,13 +84,21 @@ bool QoWavFile::WriteDataChunk(const zu::File& out, bool swap) {
   return m_dataChunk.WriteToFile(out, swap) == QO::k_chunkSuccess;
 }
 
-bool QoWavFile::WriteCueChunk(const zu::File& out, bool swap) { return WriteIfValid(m_cueChunk, out, swap); }
+bool QoWavFile::WriteCueChunk(const zu::File& out, bool swap) {
+  return WriteIfValid(m_cueChunk, out, swap);
+}
 
-bool QoWavFile::WriteListChunk(const zu::File& out, bool swap) { return WriteIfValid(m_listChunk, out, swap); }
+bool QoWavFile::WriteListChunk(const zu::File& out, bool swap) {
+  return WriteIfValid(m_listChunk, out, swap);
+}
 
-bool QoWavFile::WriteSmplChunk(const zu::File& out, bool swap) { return WriteIfValid(m_smplChunk, out, swap); }
+bool QoWavFile::WriteSmplChunk(const zu::File& out, bool swap) {
+  return WriteIfValid(m_smplChunk, out, swap);
+}
 
-bool QoWavFile::WriteJunkChunk(const zu::File& out, bool swap) { return WriteIfValid(m_junkChunk, out, swap); }
+bool QoWavFile::WriteJunkChunk(const zu::File& out, bool swap) {
+  return WriteIfValid(m_junkChunk, out, swap);
+}
 
 bool QoWavFile::UpdateRiffChunkSize(const zu::File& out, bool swap) {
   return m_riffChunk.UpdateRiffChunkSize(out, swap) == QO::k_chunkSuccess;

@@ -1,3 +1,4 @@
+// QoWavFileReader: the chunk walk of a WAVE file, its format, loop and markers, and sample reads.
 #include <qobase/audio/wav_byte_swap.h>
 #include <qobase/audio/wav_file_reader.h>
 #include <qobase/result_code.h>
@@ -8,6 +9,7 @@
 
 #include "audio/chunk_io.h"
 #include "audio/format_layout.h"
+#include "audio/riff_records.h"
 #include "audio/sample_conversion.h"
 
 QoWavFileReader::QoWavFileReader()
@@ -30,10 +32,6 @@ QoWavFileReader::QoWavFileReader()
 QoWavFileReader::~QoWavFileReader() {
   Close();
   std::free(m_readBuffer);
-}
-
-uint32_t QoWavFileReader::Swap(uint32_t v) const {
-  return m_byteSwapped ? WavByteSwapHelpers::Swap32(v) : v;
 }
 
 bool QoWavFileReader::Skip(long long bytes) {
@@ -64,7 +62,8 @@ bool QoWavFileReader::Open(const zu::Path& path) {
     return false;
   }
   m_byteSwapped = (id == QO::k_fccRIFX);
-  const unsigned long long declaredEnd = static_cast<unsigned long long>(Swap(riffSize)) + 8;
+  const unsigned long long declaredEnd =
+      static_cast<unsigned long long>(qobase_audio::FileOrder32(riffSize, m_byteSwapped)) + 8;
   // A stream that is no regular file has no end to walk to: its walk ends at once.
   const unsigned long long end =
       std::min<unsigned long long>(declaredEnd, qobase_audio::GetWalkLimit(m_file));
@@ -91,7 +90,7 @@ bool QoWavFileReader::ReadChunks(unsigned int flags) {
       if (!m_file.Read(&header, sizeof(header), got)) return false;
       if (got < sizeof(header)) break;
     }
-    if (m_byteSwapped) WavByteSwapHelpers::Convert(header);
+    header = qobase_audio::DecodeChunkHead(&header, m_byteSwapped);
     const uint32_t size = header.size;
     switch (header.chunkID) {
       case QO::k_fccFmt:
@@ -200,14 +199,13 @@ bool QoWavFileReader::TakeFormatRecord(WAVEFORMATEXTENSIBLE& record) {
 }
 
 bool QoWavFileReader::ReadSamplerChunk(uint32_t size) {
-  constexpr uint32_t k_oneLoop = sizeof(SAMPLER) + sizeof(SAMPLER_LOOP);
+  constexpr uint32_t k_oneLoop = qobase_audio::k_samplerHeadSize + qobase_audio::k_samplerLoopSize;
   if (size < k_oneLoop) return Skip(size);
   unsigned char body[k_oneLoop];
   unsigned int got = 0;
   if (!m_file.Read(body, k_oneLoop, got) || got != k_oneLoop) return false;
-  SAMPLER_LOOP loop;
-  std::memcpy(&loop, body + sizeof(SAMPLER), sizeof(loop));
-  if (m_byteSwapped) WavByteSwapHelpers::Convert(loop);
+  const SAMPLER_LOOP loop =
+      qobase_audio::DecodeSamplerLoop(body + qobase_audio::k_samplerHeadSize, m_byteSwapped);
   m_loopStart = loop.dwStart;
   m_loopEnd = loop.dwEnd;
   return Skip(size - k_oneLoop);
@@ -217,14 +215,15 @@ bool QoWavFileReader::ReadCueChunk(uint32_t size) {
   uint32_t count = 0;
   unsigned int got = 0;
   if (!m_file.Read(&count, 4, got) || got != 4) return false;
-  count = Swap(count);
+  count = qobase_audio::FileOrder32(count, m_byteSwapped);
   for (uint32_t i = 0; i < count; ++i) {
-    WAV_CUE cue;
-    if (!m_file.Read(&cue, sizeof(cue), got) || got != sizeof(cue)) return false;
-    if (m_byteSwapped) WavByteSwapHelpers::Convert(cue);
+    unsigned char stored[qobase_audio::k_cueRecordSize];
+    if (!m_file.Read(stored, sizeof(stored), got) || got != sizeof(stored)) return false;
+    const WAV_CUE cue = qobase_audio::DecodeCue(stored, m_byteSwapped);
     GetWavMarker(cue.dwName).position = cue.dwPosition;
   }
-  const unsigned long long used = 4ull + 24ull * count;
+  const unsigned long long used =
+      4ull + static_cast<unsigned long long>(qobase_audio::k_cueRecordSize) * count;
   if (used < size) return Skip(static_cast<long long>(size - used));
   return true;
 }
@@ -238,16 +237,16 @@ bool QoWavFileReader::ReadListChunk(uint32_t size) {
   const long long fileSize = m_file.GetFileSize();
   unsigned long long q = 4;
   while (q < size) {
-    RIFFHEADER sub;
-    if (!m_file.Read(&sub, sizeof(sub), got) || got != sizeof(sub)) return false;
-    if (m_byteSwapped) WavByteSwapHelpers::Convert(sub);
+    unsigned char head[qobase_audio::k_chunkHeadSize];
+    if (!m_file.Read(head, sizeof(head), got) || got != sizeof(head)) return false;
+    const RIFFHEADER sub = qobase_audio::DecodeChunkHead(head, m_byteSwapped);
     const uint32_t z = sub.size;
     if (sub.chunkID == QO::k_fccLabl && z >= 4) {
       uint32_t id = 0;
       if (!m_file.Read(&id, 4, got) || got != 4) return false;
-      id = Swap(id);
+      id = qobase_audio::FileOrder32(id, m_byteSwapped);
       // The text, and its pad byte when the size is odd.
-      const uint32_t toRead = (z & 1) ? z - 3 : z - 4;
+      const uint32_t toRead = static_cast<uint32_t>(qobase_audio::PaddedSize(z - 4));
       // A label that claims more than the file holds would be a short read: refuse it before
       // allocating anything.
       const long long here = m_file.SetFilePointer(0, zu::k_fileCurrent);

@@ -1,3 +1,4 @@
+// QoWavFileWriter: one-pass writing of a WAVE file, its marker chunks and its samples.
 #include <qobase/audio/wav_byte_swap.h>
 #include <qobase/audio/wav_file_writer.h>
 #include <qobase/files/directory_operations.h>
@@ -9,6 +10,7 @@
 #include <memory>
 #include <new>
 
+#include "audio/riff_records.h"
 #include "audio/sample_conversion.h"
 
 namespace {
@@ -46,10 +48,6 @@ QoWavFileWriter::~QoWavFileWriter() {
   m_format = nullptr;
   Close();
   FreeMarkers();
-}
-
-uint32_t QoWavFileWriter::ToFile(uint32_t v) const {
-  return m_bigEndian ? WavByteSwapHelpers::Swap32(v) : v;
 }
 
 void QoWavFileWriter::FreeMarkers() {
@@ -127,8 +125,9 @@ void QoWavFileWriter::SetMarkers(const std::vector<QO_WAVE_MARKER>& markers) {
 }
 
 bool QoWavFileWriter::WriteRIFFHeader(unsigned int id, unsigned int size) {
-  const RIFFHEADER header = {id, ToFile(size)};
-  return m_file.Write(&header, sizeof(header));
+  std::vector<unsigned char> head;
+  qobase_audio::AppendChunkHead(head, id, size, m_bigEndian);
+  return m_file.Write(head.data(), static_cast<unsigned int>(head.size()));
 }
 
 bool QoWavFileWriter::WriteChunk_FMT() {
@@ -145,7 +144,7 @@ bool QoWavFileWriter::WriteChunk_FMT() {
   } else {
     return false;
   }
-  m_chunksWritten |= 0x1;
+  m_chunksWritten |= QO::k_chunkFmt;
   return true;
 }
 
@@ -158,65 +157,56 @@ bool QoWavFileWriter::WriteChunk_SMPL() {
   std::memset(&loop, 0, sizeof(loop));
   loop.dwStart = m_loopStart;
   loop.dwEnd = m_loopEnd;
-  if (m_bigEndian) {
-    WavByteSwapHelpers::Convert(sampler);
-    WavByteSwapHelpers::Convert(loop);
-  }
-  return WriteRIFFHeader(QO::k_fccSmpl, sizeof(sampler) + sizeof(loop)) &&
-         m_file.Write(&sampler, sizeof(sampler)) && m_file.Write(&loop, sizeof(loop));
+  std::vector<unsigned char> chunk;
+  qobase_audio::AppendChunkHead(chunk, QO::k_fccSmpl,
+                                qobase_audio::k_samplerHeadSize + qobase_audio::k_samplerLoopSize,
+                                m_bigEndian);
+  qobase_audio::AppendSamplerHead(chunk, sampler, m_bigEndian);
+  qobase_audio::AppendSamplerLoop(chunk, loop, m_bigEndian);
+  return m_file.Write(chunk.data(), static_cast<unsigned int>(chunk.size()));
 }
 
 bool QoWavFileWriter::WriteChunk_CUE() {
-  const uint32_t count = static_cast<uint32_t>(m_markers.size());
-  std::vector<unsigned char> body(4 + sizeof(WAV_CUE) * static_cast<size_t>(count));
-  const uint32_t fileCount = ToFile(count);
-  std::memcpy(body.data(), &fileCount, 4);
-  for (uint32_t i = 0; i < count; ++i) {
-    WAV_CUE cue = {m_markers[i].ID, m_markers[i].position, QO::k_fccData, 0, 0, 0};
-    if (m_bigEndian) WavByteSwapHelpers::Convert(cue);
-    std::memcpy(body.data() + 4 + sizeof(WAV_CUE) * i, &cue, sizeof(cue));
-  }
-  return WriteRIFFHeader(QO::k_fccCue, static_cast<uint32_t>(body.size())) &&
-         m_file.Write(body.data(), static_cast<unsigned int>(body.size()));
+  std::vector<WAV_CUE> cues;
+  cues.reserve(m_markers.size());
+  for (const QO_WAVE_MARKER& marker : m_markers)
+    cues.push_back(WAV_CUE{marker.ID, marker.position, QO::k_fccData, 0, 0, 0});
+  const size_t bodySize = 4 + qobase_audio::k_cueRecordSize * cues.size();
+  std::vector<unsigned char> chunk;
+  chunk.reserve(qobase_audio::k_chunkHeadSize + bodySize);
+  qobase_audio::AppendChunkHead(chunk, QO::k_fccCue, static_cast<uint32_t>(bodySize), m_bigEndian);
+  qobase_audio::AppendCueBody(chunk, cues.data(), cues.size(), m_bigEndian);
+  return m_file.Write(chunk.data(), static_cast<unsigned int>(chunk.size()));
 }
 
 bool QoWavFileWriter::WriteChunk_LIST() {
   unsigned long long listSize = 4;
   for (const QO_WAVE_MARKER& marker : m_markers) {
-    if (marker.labelSize != 0) listSize += 12ull + marker.labelSize + (marker.labelSize & 1);
+    if (marker.labelSize != 0) listSize += qobase_audio::LabelSubChunkSize(marker.labelSize);
   }
   if (listSize == 4) return true;  // no label to write
   if (listSize > 0xFFFFFFFFull) return false;
-  std::vector<unsigned char> body;
-  body.reserve(static_cast<size_t>(listSize));
-  auto append = [&body](const void* data, size_t size) {
-    const unsigned char* bytes = static_cast<const unsigned char*>(data);
-    body.insert(body.end(), bytes, bytes + size);
-  };
-  const uint32_t adtl = QO::k_fccAdtl;
-  append(&adtl, 4);
+  std::vector<unsigned char> chunk;
+  chunk.reserve(static_cast<size_t>(qobase_audio::k_chunkHeadSize + listSize));
+  qobase_audio::AppendListHead(chunk, static_cast<uint32_t>(listSize), QO::k_fccAdtl, m_bigEndian);
   for (const QO_WAVE_MARKER& marker : m_markers) {
     if (marker.labelSize == 0) continue;
-    const uint32_t head[3] = {QO::k_fccLabl, ToFile(marker.labelSize + 4), ToFile(marker.ID)};
-    append(head, sizeof(head));
-    append(marker.label, marker.labelSize);
-    if (marker.labelSize & 1) body.push_back(0);
+    qobase_audio::AppendLabel(chunk, marker.ID, marker.label, marker.labelSize, m_bigEndian);
   }
-  return WriteRIFFHeader(QO::k_fccLIST, static_cast<uint32_t>(listSize)) &&
-         m_file.Write(body.data(), static_cast<unsigned int>(body.size()));
+  return m_file.Write(chunk.data(), static_cast<unsigned int>(chunk.size()));
 }
 
 bool QoWavFileWriter::WriteChunk_DATA() {
   if (!WriteRIFFHeader(QO::k_fccData, 0)) return false;
-  m_chunksWritten |= 0x2;
+  m_chunksWritten |= QO::k_chunkData;
   return true;
 }
 
 bool QoWavFileWriter::WriteChunks(unsigned int flags) {
   if (!m_file.IsOpen() || !WriteChunk_FMT()) return false;
-  if ((flags & 0x4) && !WriteChunk_SMPL()) return false;
-  if ((flags & 0x8) && !m_markers.empty() && !WriteChunk_CUE()) return false;
-  if ((flags & 0x10) && !m_markers.empty() && !WriteChunk_LIST()) return false;
+  if ((flags & QO::k_chunkSmpl) && !WriteChunk_SMPL()) return false;
+  if ((flags & QO::k_chunkCue) && !m_markers.empty() && !WriteChunk_CUE()) return false;
+  if ((flags & QO::k_chunkLIST) && !m_markers.empty() && !WriteChunk_LIST()) return false;
   if (!WriteChunk_DATA()) return false;
   const long long position = m_file.SetFilePointer(0, zu::k_fileCurrent);
   if (position < 0) return false;
@@ -271,10 +261,11 @@ bool QoWavFileWriter::Close() {
     // Seeking to the end also flushes what is buffered, so the size is that of all bytes written.
     const long long size = m_file.SetFilePointer(0, zu::k_fileEnd);
     if (size < 8) return false;
-    const uint32_t riffSize = ToFile(static_cast<uint32_t>(size - 8));
+    const uint32_t riffSize =
+        qobase_audio::FileOrder32(static_cast<uint32_t>(size - 8), m_bigEndian);
     if (m_file.SetFilePointer(4, zu::k_fileBegin) < 0 || !m_file.Write(&riffSize, 4)) return false;
     if (m_dataStart != 0) {
-      const uint32_t dataSize = ToFile(m_dataBytes);
+      const uint32_t dataSize = qobase_audio::FileOrder32(m_dataBytes, m_bigEndian);
       if (m_file.SetFilePointer(static_cast<long long>(m_dataStart) - 4, zu::k_fileBegin) < 0 ||
           !m_file.Write(&dataSize, 4)) {
         return false;

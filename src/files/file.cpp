@@ -88,7 +88,7 @@ void File::CloseOwned() {
   if (!m_borrowed && m_stream) Close();
 }
 
-unsigned int File::Open(const Path& path, QoOpenMode mode, unsigned int flags) {
+QO::ResultCode File::Open(const Path& path, QoOpenMode mode, unsigned int flags) {
   if (m_borrowed || m_stream) return QO::k_resultFailure;
   if (path.IsEmpty() || static_cast<unsigned int>(mode) > k_openModeReadAppend) {
     return QO::k_resultInvalidParameter;
@@ -116,7 +116,7 @@ unsigned int File::Open(const Path& path, QoOpenMode mode, unsigned int flags) {
   return QO::k_resultSuccess;
 }
 
-unsigned int File::Close() {
+QO::ResultCode File::Close() {
   if (m_borrowed || !m_stream) return QO::k_resultFailure;
   const int descriptor = fileno(m_stream);
   // Write out buffered data before another writer can take the lock.

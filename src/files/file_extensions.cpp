@@ -1,3 +1,4 @@
+// The authoring tool's file-name extensions.
 #include <qobase/files/file_extensions.h>
 
 namespace QOFileExtensions {

@@ -1,3 +1,4 @@
+// FileHelp: the older string-based facade over paths, files and directory operations.
 #include <qobase/files/file_help.h>
 #include <qobase/files/file_operation.h>
 #include <qobase/result_code.h>

@@ -1,3 +1,4 @@
+// MemoryMappedFile: a read-only mapping of a whole file.
 #include <qobase/files/memory_mapped_file.h>
 #include <qobase/result_code.h>
 

@@ -1,3 +1,4 @@
+// zu::PathFind: the paths matching a shell pattern, one after the other.
 #include <qobase/files/path_find.h>
 
 #include <cstring>

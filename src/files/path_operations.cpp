@@ -158,7 +158,7 @@ bool Path::Copy(const Path& destination, QO::Sonvo::IProgress* progress) const {
   return FsPathCopy(*this, destination, progress);
 }
 
-bool Path::FsPathCopy(const Path& from, const Path& to, QO::Sonvo::IProgress* progress) const {
+bool Path::FsPathCopy(const Path& from, const Path& to, QO::Sonvo::IProgress* progress) {
   if (progress) {
     progress->SetRange(0, 100);
     progress->SetPosition(0);

@@ -1,3 +1,4 @@
+// QoMidiActiveNotes: the notes still sounding while a MIDI stream is converted.
 #include <qobase/midi/midi_active_notes.h>
 
 #include <cstdlib>

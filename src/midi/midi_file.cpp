@@ -1,3 +1,4 @@
+// QoMidiFile: loading, validating and converting a Standard MIDI File on disk.
 #include <qobase/files/directory_operations.h>
 #include <qobase/midi/midi_file.h>
 #include <qobase/result_code.h>
@@ -40,7 +41,7 @@ bool QoMidiFile::LoadFileData() {
   return true;
 }
 
-unsigned int QoMidiFile::Open(const zu::Path& path) {
+QO::ResultCode QoMidiFile::Open(const zu::Path& path) {
   m_file.Close();
   FreeFileData();
   std::free(m_convertedData);
@@ -60,7 +61,7 @@ unsigned int QoMidiFile::Open(const zu::Path& path) {
   return QO::k_resultSuccess;
 }
 
-unsigned int QoMidiFile::Validate() {
+QO::ResultCode QoMidiFile::Validate() {
   m_validated = false;
   m_validateResult = 1;
   if (!m_file.IsOpen()) return QO::k_resultInvalidFile;
@@ -73,7 +74,7 @@ unsigned int QoMidiFile::Validate() {
   return QO::k_resultSuccess;
 }
 
-unsigned int QoMidiFile::Read() {
+QO::ResultCode QoMidiFile::Read() {
   FreeFileData();
   if (m_fileSize > k_maxFileSize) return QO::k_resultOutOfMemory;
   m_fileData = static_cast<unsigned char*>(std::malloc(m_fileSize ? m_fileSize : 1));
@@ -91,7 +92,7 @@ bool QoMidiFile::GetMidiInfo(QoMidiInfo& info) const {
   return true;
 }
 
-unsigned int QoMidiFile::GetEvents(std::vector<QoMidiFileEvent>& events) {
+QO::ResultCode QoMidiFile::GetEvents(std::vector<QoMidiFileEvent>& events) {
   if (!m_validated || !m_parser.ResetNextEvent()) return QO::k_resultFailure;
   events.clear();
   if (m_info.numEvents == 0) return QO::k_resultSuccess;
@@ -109,7 +110,7 @@ unsigned int QoMidiFile::GetEvents(std::vector<QoMidiFileEvent>& events) {
   return QO::k_resultSuccess;
 }
 
-unsigned int QoMidiFile::Convert(const zu::Path& destination) {
+QO::ResultCode QoMidiFile::Convert(const zu::Path& destination) {
   if (m_fileSize == 0 || m_fileSize > k_maxFileSize) return QO::k_resultFailure;
   if (!m_fileData) {
     if (!LoadFileData()) return QO::k_resultFailure;
@@ -132,8 +133,7 @@ unsigned int QoMidiFile::Convert(const zu::Path& destination) {
   if (output.Open(destination, k_openModeWrite, 0) != QO::k_resultSuccess) {
     return QO::k_resultFailure;
   }
-  return output.WriteExact(m_convertedData, capacity) ? QO::k_resultSuccess
-                                                       : QO::k_resultFailure;
+  return output.WriteExact(m_convertedData, capacity) ? QO::k_resultSuccess : QO::k_resultFailure;
 }
 
 void QoMidiFile::Close() { m_file.Close(); }

@@ -1,3 +1,4 @@
+// QoMidiParseAt: the structure check of a Standard MIDI File held in memory and the event walk.
 #include <qobase/midi/midi_parse_at.h>
 
 #include <cstdlib>

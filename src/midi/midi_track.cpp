@@ -1,3 +1,4 @@
+// The cursor over the events of one MIDI track.
 #include <qobase/midi/midi_track.h>
 
 #include "midi/midi_track_reader.h"

@@ -1,3 +1,4 @@
+// QoBase64: Base64 encoding and decoding, the plain loops and the choice of the vector ones.
 #include <qobase/streams/base64.h>
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// QoBase64's vector loops for x86 processors with SSSE3.
 #include "streams/base64_simd.h"
 
 #if defined(__x86_64__)
@@ -25,10 +26,10 @@ namespace {
 // Spreads each 3 input bytes over 4 lanes holding one 6-bit value each.
 __attribute__((target("ssse3"))) inline __m128i SplitSixBits(__m128i in) {
   in = _mm_shuffle_epi8(in, _mm_set_epi8(10, 11, 9, 10, 7, 8, 6, 7, 4, 5, 3, 4, 1, 2, 0, 1));
-  const __m128i high = _mm_mulhi_epu16(_mm_and_si128(in, _mm_set1_epi32(0x0fc0fc00)),
-                                       _mm_set1_epi32(0x04000040));
-  const __m128i low = _mm_mullo_epi16(_mm_and_si128(in, _mm_set1_epi32(0x003f03f0)),
-                                      _mm_set1_epi32(0x01000010));
+  const __m128i high =
+      _mm_mulhi_epu16(_mm_and_si128(in, _mm_set1_epi32(0x0fc0fc00)), _mm_set1_epi32(0x04000040));
+  const __m128i low =
+      _mm_mullo_epi16(_mm_and_si128(in, _mm_set1_epi32(0x003f03f0)), _mm_set1_epi32(0x01000010));
   return _mm_or_si128(high, low);
 }
 
@@ -39,8 +40,8 @@ __attribute__((target("ssse3"))) inline __m128i ToAlphabet(__m128i values) {
   const __m128i upper = _mm_cmpgt_epi8(_mm_set1_epi8(26), values);
   range = _mm_or_si128(range, _mm_and_si128(upper, _mm_set1_epi8(13)));
   const __m128i offsets =
-      _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
-                    '0' - 52, '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0);
+      _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
+                    '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0);
   return _mm_add_epi8(_mm_shuffle_epi8(offsets, range), values);
 }
 
@@ -78,12 +79,12 @@ __attribute__((target("ssse3"))) size_t DecodeBlocksSimd(const unsigned char* in
     const __m128i valid =
         _mm_or_si128(_mm_or_si128(upper, lower), _mm_or_si128(digit, _mm_or_si128(plus, slash)));
     if (_mm_movemask_epi8(valid) != 0xFFFF) break;
-    const __m128i shift = _mm_or_si128(
-        _mm_or_si128(_mm_and_si128(upper, _mm_set1_epi8(-65)),
-                     _mm_and_si128(lower, _mm_set1_epi8(-71))),
-        _mm_or_si128(_mm_and_si128(digit, _mm_set1_epi8(4)),
-                     _mm_or_si128(_mm_and_si128(plus, _mm_set1_epi8(19)),
-                                  _mm_and_si128(slash, _mm_set1_epi8(16)))));
+    const __m128i shift =
+        _mm_or_si128(_mm_or_si128(_mm_and_si128(upper, _mm_set1_epi8(-65)),
+                                  _mm_and_si128(lower, _mm_set1_epi8(-71))),
+                     _mm_or_si128(_mm_and_si128(digit, _mm_set1_epi8(4)),
+                                  _mm_or_si128(_mm_and_si128(plus, _mm_set1_epi8(19)),
+                                               _mm_and_si128(slash, _mm_set1_epi8(16)))));
     const __m128i values = _mm_add_epi8(c, shift);
     // Pairs of 6-bit values into 12 bits, pairs of those into 24 bits per 32-bit lane.
     const __m128i pairs = _mm_maddubs_epi16(values, _mm_set1_epi32(0x01400140));

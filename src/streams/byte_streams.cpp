@@ -1,3 +1,4 @@
+// Byte sources and sinks over memory and C streams, and the hashing sink.
 #include <qobase/streams/byte_streams.h>
 
 #include <cstdlib>

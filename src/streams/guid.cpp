@@ -1,3 +1,4 @@
+// QoGuid: the braced text form of a GUID, written and parsed.
 #include <qobase/streams/guid.h>
 
 #include <cstdio>
@@ -10,7 +11,8 @@ namespace {
 // memory order: the multi-byte fields are printed most significant byte first.
 constexpr int k_bytePositions[16] = {7, 5, 3, 1, 12, 10, 17, 15, 20, 22, 25, 27, 29, 31, 33, 35};
 // The same positions in text order, with the memory index of each byte.
-constexpr int k_textOrderPositions[16] = {1, 3, 5, 7, 10, 12, 15, 17, 20, 22, 25, 27, 29, 31, 33, 35};
+constexpr int k_textOrderPositions[16] = {1,  3,  5,  7,  10, 12, 15, 17,
+                                          20, 22, 25, 27, 29, 31, 33, 35};
 constexpr int k_textOrderBytes[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
 constexpr size_t k_textLength = 38;
 

@@ -1,3 +1,4 @@
+// zuFXMemAlloc: the allocator object for code that allocates through an interface.
 #include <qobase/streams/plugin_mem_alloc.h>
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// QoSimpleStreamStdio: the sequential read stream over a file.
 #include <qobase/files/file_operation.h>
 #include <qobase/result_code.h>
 #include <qobase/streams/simple_stream.h>

@@ -1,3 +1,4 @@
+// StringHelp conversions: numbers, booleans, sizes, dates and type names to and from text.
 #include <qobase/strings/number_conversions.h>
 
 #include <qobase/strings/string_help.h>
@@ -14,7 +15,7 @@
 namespace {
 
 const char* const sa_variantTypeNames[] = {
-    "",      "Uint8",  "Uint16", "Uint32", "Uint64", "int8",   "int16", "int32",
+    "",      "Uint8",  "Uint16", "Uint32", "Uint64", "int8",    "int16", "int32",
     "int64", "Real32", "Real64", "bool",   "string", "wstring", "guid",
 };
 constexpr int k_variantTypeCount = sizeof(sa_variantTypeNames) / sizeof(sa_variantTypeNames[0]);
@@ -278,10 +279,17 @@ CStdStr GetSizeString(long long bytes, bool perSecond, int precision) {
 CStdStr GetDateTime(DateTime which) {
   const char* format = nullptr;
   switch (which) {
-    case Time: format = "%r"; break;
-    case Date: format = "%F"; break;
-    case DateAndTime: format = "%F %r"; break;
-    default: return CStdStr();
+    case Time:
+      format = "%r";
+      break;
+    case Date:
+      format = "%F";
+      break;
+    case DateAndTime:
+      format = "%F %r";
+      break;
+    default:
+      return CStdStr();
   }
   const std::time_t now = std::time(nullptr);
   std::tm local{};

@@ -1,3 +1,4 @@
+// Regular-expression helpers: escaping text and turning wildcards into patterns.
 #include <qobase/strings/regex_helpers.h>
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// CStdStr: the library's string and its added operations.
 #include <qobase/strings/std_str.h>
 
 #include <cstdio>

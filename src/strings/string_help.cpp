@@ -1,3 +1,4 @@
+// StringHelp text operations: splitting, joining, trimming, comparing and searching.
 #include <qobase/strings/string_help.h>
 
 #include <algorithm>
@@ -101,8 +102,7 @@ size_t CopyAsUTF8(const CStdStr& text, char* destination, size_t capacity) {
   return text.size();
 }
 
-void VectorToString(const std::vector<CStdStr>& items, CStdStr& output,
-                    const CStdStr& separator) {
+void VectorToString(const std::vector<CStdStr>& items, CStdStr& output, const CStdStr& separator) {
   output.clear();
   for (size_t i = 0; i < items.size(); ++i) {
     if (i) output += separator;
@@ -119,8 +119,7 @@ void SplitString(const std::string& text, char separator, std::vector<std::strin
   SplitLines<std::string, char>(text, separator, pieces);
 }
 
-void SplitString(const std::wstring& text, wchar_t separator,
-                 std::vector<std::wstring>& pieces) {
+void SplitString(const std::wstring& text, wchar_t separator, std::vector<std::wstring>& pieces) {
   SplitLines<std::wstring, wchar_t>(text, separator, pieces);
 }
 
@@ -216,8 +215,9 @@ bool CompareTextOnly(const char* first, const char* second) {
 bool CaseInsensitiveSearch(const CStdStr& text, const CStdStr& part) {
   const std::locale& locale = UserLocale();
   const auto& ctype = std::use_facet<std::ctype<char>>(locale);
-  const auto found = std::search(text.begin(), text.end(), part.begin(), part.end(),
-                                 [&](char a, char b) { return ctype.toupper(a) == ctype.toupper(b); });
+  const auto found =
+      std::search(text.begin(), text.end(), part.begin(), part.end(),
+                  [&](char a, char b) { return ctype.toupper(a) == ctype.toupper(b); });
   return found != text.end();
 }
 

@@ -1,3 +1,4 @@
+// zu::CriticalSection: a recursive mutex.
 #include <qobase/system/critical_section.h>
 
 namespace zu {

@@ -49,7 +49,7 @@ inline std::vector<float> PlainPowerSpectrum(const std::vector<float>& input) {
 // each transformed (those past the end included), the largest power per bin, then dB.
 inline std::vector<float> PlainSpectrum(const std::string& path, const std::vector<float>& window) {
   const std::unique_ptr<QoAudioFileReader> reader(QoAudioFileReader::Create(path.c_str()));
-  if (!reader || !reader->ReadChunks(3)) return {};
+  if (!reader || !reader->ReadChunks(QO::k_chunksFormatAndData)) return {};
   reader->SeekToAudioFrame(0);
   const unsigned int total = reader->GetNumFrames(), c = reader->GetFormat()->nChannels;
   const unsigned int n = static_cast<unsigned int>(window.size());
@@ -76,7 +76,7 @@ inline std::vector<float> PlainSpectrum(const std::string& path, const std::vect
 // first hop + 1024 frames at its end, chunks of whole hops, the channel mean taken per frame made.
 inline std::vector<float> PlainFlux(const std::string& path) {
   const std::unique_ptr<QoAudioFileReader> reader(QoAudioFileReader::Create(path.c_str()));
-  if (!reader || !reader->ReadChunks(3)) return {};
+  if (!reader || !reader->ReadChunks(QO::k_chunksFormatAndData)) return {};
   const unsigned int c = reader->GetFormat()->nChannels,
                      h = reader->GetFormat()->nSamplesPerSec / 100;
   const unsigned int frames = reader->GetNumFrames(), n = 2048, bins = n / 2 + 1;

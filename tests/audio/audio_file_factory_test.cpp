@@ -1,3 +1,4 @@
+// The reader factory: which extension gives which reader.
 #include <gtest/gtest.h>
 #include <qobase/audio/audio_file_reader.h>
 #include <qobase/audio/wav_file_reader.h>
@@ -21,7 +22,7 @@ TEST(AudioFileFactory, ChoosesByExtensionIgnoringAsciiCase) {
     std::unique_ptr<QoAudioFileReader> reader(QoAudioFileReader::Create(dir.File(name).c_str()));
     ASSERT_NE(nullptr, reader);
     EXPECT_NE(nullptr, dynamic_cast<QoWavFileReader*>(reader.get()));
-    ASSERT_TRUE(reader->ReadChunks(0x3));
+    ASSERT_TRUE(reader->ReadChunks(QO::k_chunksFormatAndData));
     EXPECT_EQ(2u, reader->GetNumFrames());
     EXPECT_EQ(0x4101u, reader->GetFormat()->channelConfig);
   }

@@ -1,3 +1,4 @@
+// The CAF reader: its chunk walk, formats, channel matrix and sample reads.
 #include <gtest/gtest.h>
 #include <qobase/audio/caf_reader.h>
 #include <qobase/result_code.h>
@@ -59,7 +60,7 @@ std::unique_ptr<Walked<Reader>> Walk(const std::string& bytes) {
   qotest::WriteFileBytes(dir.File("w.caf"), bytes);
   std::unique_ptr<Walked<Reader>> walked(new Walked<Reader>);
   EXPECT_TRUE(walked->stream.Open(dir.File("w.caf")));  // open files outlive their directory
-  EXPECT_EQ(1u, walked->reader.Init(&walked->stream));
+  EXPECT_EQ(QO::k_resultSuccess, walked->reader.Init(&walked->stream));
   walked->result = walked->reader.ReadChunks();
   return walked;
 }
@@ -143,41 +144,45 @@ TEST(CafReader, BigEndianAndFloatSamples) {
 
 TEST(CafReader, WalkResults) {
   const std::string desc = Desc(48000, 0x2, 4, 2, 16);
-  EXPECT_EQ(2u, Walk(Caf(desc + Data("abcd"), 2))->result);  // version 2
-  EXPECT_EQ(2u, Walk(Caf(Desc(48000, 0, 4, 2, 16, "aac ") + Data("abcd")))->result);
-  EXPECT_EQ(2u, Walk(Caf(desc))->result);  // ends before "data"
-  EXPECT_EQ(2u, Walk("caf")->result);      // short file head
+  EXPECT_EQ(QO::k_resultFailure, Walk(Caf(desc + Data("abcd"), 2))->result);  // version 2
+  EXPECT_EQ(QO::k_resultFailure,
+            Walk(Caf(Desc(48000, 0, 4, 2, 16, "aac ") + Data("abcd")))->result);
+  EXPECT_EQ(QO::k_resultFailure, Walk(Caf(desc))->result);  // ends before "data"
+  EXPECT_EQ(QO::k_resultFailure, Walk("caf")->result);      // short file head
   auto ok = Walk(Caf(desc + Data("abcdefgh")));
   QoCAFReader& r = ok->reader;
-  EXPECT_EQ(1u, ok->result);
-  EXPECT_EQ(1u, r.ReadChunks());  // again after success
+  EXPECT_EQ(QO::k_resultSuccess, ok->result);
+  EXPECT_EQ(QO::k_resultSuccess, r.ReadChunks());  // again after success
   EXPECT_EQ(8u + 12u + 32u + 12u + 4u, r.GetDataOffset());
   EXPECT_EQ(8u, r.GetDataSize());
   EXPECT_FALSE(r.IsByteSwapped());
   EXPECT_EQ(0u, r.GetSampleType());
   // A data chunk of size -1 runs to the end of the file.
   auto open = Walk(Caf(desc + Data("abcdefghijkl", -1)));
-  EXPECT_EQ(1u, open->result);
+  EXPECT_EQ(QO::k_resultSuccess, open->result);
   EXPECT_EQ(12u, open->reader.GetDataSize());
 
   // Unknown chunks go to OnUnknownChunk; its result other than 1 stops the walk.
   auto counting =
       Walk<CountingReader>(Caf(Chunk("free", "12345") + desc + Chunk("info", "") + Data("")));
-  EXPECT_EQ(1u, counting->result);
+  EXPECT_EQ(QO::k_resultSuccess, counting->result);
   EXPECT_EQ((std::vector<std::string>{"12345", ""}), counting->reader.seen);
   // Only the low 32 bits of a body size are read, and only the bytes read are handed on.
   const std::string big = Chunk("free", "12345", 0x100000005LL);
   EXPECT_EQ((std::vector<std::string>{"12345"}),
             Walk<CountingReader>(Caf(big + desc + Data("")))->reader.seen);
   CountingReader::stopAfter = 1;
-  EXPECT_EQ(31u, Walk<CountingReader>(Caf(Chunk("free", "12345") + desc + Data("")))->result);
+  EXPECT_EQ(QO::k_resultInvalidParameter,
+            Walk<CountingReader>(Caf(Chunk("free", "12345") + desc + Data("")))->result);
   CountingReader::stopAfter = 100;
 
   // A chunk claiming more than the file holds, a description too short to hold its fields, or
   // one whose rate is no unsigned integer.
-  EXPECT_EQ(2u, Walk(Caf(Chunk("free", "abc", 0x7FFFFFFFFFFFFFFFLL) + desc + Data("")))->result);
-  EXPECT_EQ(2u, Walk(Caf(Chunk("desc", std::string(20, '\0')) + Data("")))->result);
-  EXPECT_EQ(2u, Walk(Caf(Desc(-1.0, 0x2, 4, 2, 16) + Data("")))->result);
+  EXPECT_EQ(QO::k_resultFailure,
+            Walk(Caf(Chunk("free", "abc", 0x7FFFFFFFFFFFFFFFLL) + desc + Data("")))->result);
+  EXPECT_EQ(QO::k_resultFailure,
+            Walk(Caf(Chunk("desc", std::string(20, '\0')) + Data("")))->result);
+  EXPECT_EQ(QO::k_resultFailure, Walk(Caf(Desc(-1.0, 0x2, 4, 2, 16) + Data("")))->result);
 }
 
 // A stream of the caller's: its own short-read code comes back, and one that cannot tell its
@@ -192,7 +197,8 @@ TEST(CafReader, WalkOverACallersStream) {
       ASSERT_TRUE(stream.Open(dir.File("s.caf")));
       QoCAFReader reader(&zuFXMemAlloc::m_instance);
       reader.Init(&stream);
-      EXPECT_EQ(reader.ReadChunks(), bytes == head ? 66u : 1u) << knowsSize;
+      EXPECT_EQ(reader.ReadChunks(), bytes == head ? QO::k_resultFileNotFound : QO::k_resultSuccess)
+          << knowsSize;
     }
   }
 }
@@ -206,7 +212,7 @@ TEST(CafReader, ChannelLayoutChunk) {
   const std::pair<uint32_t, uint32_t> cases[] = {{0x7, 0x3102}, {0x600, 0x600102}, {0xC1, 0x3102}};
   for (const auto& c : cases) {
     auto walked = Walk(Caf(desc + chan(c.first) + Data("")));
-    EXPECT_EQ(1u, walked->result);
+    EXPECT_EQ(QO::k_resultSuccess, walked->result);
     EXPECT_EQ(c.second, walked->reader.GetChannelConfig()) << c.first;
   }
   EXPECT_EQ(0x09u, Walk(Caf(Desc(48000, 0x2, 18, 9, 16) + Data("")))->reader.GetChannelConfig());
@@ -232,13 +238,15 @@ TEST(CafReader, ChannelMatrix) {
   EXPECT_EQ(42.0f, out[8]);
 
   // A second matrix, one for other inputs, or one whose coefficients do not fit the chunk: 7.
-  EXPECT_EQ(7u, Walk(Caf(desc + Matrix(4, 2, m) + Matrix(4, 2, m) + Data("")))->result);
-  EXPECT_EQ(7u, Walk(Caf(desc + Matrix(2, 3, std::vector<float>(6, 1.0f)) + Data("")))->result);
+  EXPECT_EQ(QO::k_resultInvalidFile,
+            Walk(Caf(desc + Matrix(4, 2, m) + Matrix(4, 2, m) + Data("")))->result);
+  EXPECT_EQ(QO::k_resultInvalidFile,
+            Walk(Caf(desc + Matrix(2, 3, std::vector<float>(6, 1.0f)) + Data("")))->result);
   auto huge = Walk(Caf(desc + Matrix(0x40000000, 2, {1.0f}) + Data("")));
-  EXPECT_EQ(7u, huge->result);
+  EXPECT_EQ(QO::k_resultInvalidFile, huge->result);
   EXPECT_EQ(nullptr, huge->reader.GetMatrix());
   auto other = Walk(Caf(desc + Chunk("uuid", std::string(24, '\x01')) + Data("")));
-  EXPECT_EQ(1u, other->result);
+  EXPECT_EQ(QO::k_resultSuccess, other->result);
   EXPECT_EQ(0x3102u, other->reader.GetChannelConfig());  // another UUID is ignored
 }
 

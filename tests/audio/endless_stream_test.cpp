@@ -21,7 +21,7 @@ TEST(EndlessStream, AudioWalksStopWithAFailure) {
   };
   const std::function<bool(const std::string&)> reader = [](const std::string& path) {
     QoWavFileReader wav;
-    return wav.Open(zu::Path(path)) && wav.ReadChunks(0x3);
+    return wav.Open(zu::Path(path)) && wav.ReadChunks(QO::k_chunksFormatAndData);
   };
   const std::function<bool(const std::string&)> caf = [](const std::string& path) {
     QoCAFFileReader file;

@@ -143,7 +143,7 @@ TEST(SndfileInterop, WeReadWhatLibsndfileWrites) {
 
     QoWavFileReader reader;
     ASSERT_TRUE(reader.Open(zu::Path(path)));
-    ASSERT_TRUE(reader.ReadChunks(0x1F));
+    ASSERT_TRUE(reader.ReadChunks(QO::k_chunksAll));
     EXPECT_EQ(c.big, reader.IsByteSwapped());
     const WaveFormatExtensible* format = reader.GetFormat();
     EXPECT_EQ(c.channels, format->nChannels);

@@ -127,5 +127,6 @@ TEST(WavFileCarried, WhatAMemberLeavesOutIsReported) {
   EXPECT_TRUE(wav.GetCarriedChunks().empty());
   ASSERT_TRUE(wav.Open(zu::Path(dir.File("in.wav")), false));
   wav.Close();
-  EXPECT_TRUE(wav.GetCarriedChunks().empty() && wav.GetDroppedOnLoad() == 0);
+  EXPECT_TRUE(wav.GetCarriedChunks().empty());
+  EXPECT_TRUE(wav.GetDroppedOnLoad() == 0);
 }

@@ -1,3 +1,4 @@
+// The WAV reader: formats, markers, loops, damaged chunk walks and sample reads.
 #include <gtest/gtest.h>
 #include <qobase/audio/wav_file_reader.h>
 
@@ -48,19 +49,20 @@ const std::string k_mono16 = FmtBody(false, 1, 1, 8000, 16);
 const std::string k_data2("\x01\x00", 2);
 
 TEST(WavFileReader, OpenChecksTheContainerHead) {
-  EXPECT_TRUE(ReaderOn(WaveFile(false, "")).opened && ReaderOn(WaveFile(true, "")).opened);
+  EXPECT_TRUE(ReaderOn(WaveFile(false, "")).opened);
+  EXPECT_TRUE(ReaderOn(WaveFile(true, "")).opened);
   for (const char* bad :
        {"RIFF\x04\x00\x00\x00WAVX", "RIFQ\x04\x00\x00\x00WAVE", "RIFF\x04\x00\x00\x00WAV"})
     EXPECT_FALSE(ReaderOn(bad).opened) << bad;
   QoWavFileReader missing;
   EXPECT_FALSE(missing.Open(zu::Path("/nonexistent/none.wav")));
-  EXPECT_FALSE(missing.ReadChunks(0x3));
+  EXPECT_FALSE(missing.ReadChunks(QO::k_chunksFormatAndData));
 }
 
 TEST(WavFileReader, PlainPcmFormatDataAndReads) {
   ReaderOn r(Simple(FmtBody(false, 1, 2, 44100, 16),
                     ByteBuilder().U16(0x8000).U16(0x7FFF).U16(1).U16(0xFFFF).Bytes()));
-  ASSERT_TRUE(r.reader.ReadChunks(0x1F));
+  ASSERT_TRUE(r.reader.ReadChunks(QO::k_chunksAll));
   EXPECT_EQ(0x3u, r.reader.ChunksRead());
   EXPECT_EQ("FFFE 2 44100 176400 4 16 4 0 3102", Fields(*r.reader.GetFormat()));
   EXPECT_EQ(0u, r.reader.GetChannelOrdering());
@@ -84,7 +86,7 @@ TEST(WavFileReader, FloatAnd24BitSamplesInBothByteOrders) {
     SCOPED_TRACE(big ? "RIFX" : "RIFF");
     ReaderOn flt(Simple(FmtBody(big, 3, 1, 48000, 32),
                         ByteBuilder(big).F32(0.25f).F32(-2.5f).Bytes(), "", big));
-    ASSERT_TRUE(flt.reader.ReadChunks(0x3));
+    ASSERT_TRUE(flt.reader.ReadChunks(QO::k_chunksFormatAndData));
     EXPECT_TRUE(flt.reader.IsFloat());
     EXPECT_EQ(big, flt.reader.IsByteSwapped());
     EXPECT_EQ((std::vector<float>{0.25f, -2.5f}), flt.Floats(2, 2));  // copied, not clamped
@@ -96,7 +98,7 @@ TEST(WavFileReader, FloatAnd24BitSamplesInBothByteOrders) {
                                     : std::string("\xFF\xFF\x7F\x00\x00\x80\x00\x01\x00", 9);
     ReaderOn i24(Simple(FmtBody(big, 1, 1, 48000, 24), samples,
                         ByteBuilder(big).Chunk("JUNK", "ab").Bytes(), big));
-    ASSERT_TRUE(i24.reader.ReadChunks(0x1F));
+    ASSERT_TRUE(i24.reader.ReadChunks(QO::k_chunksAll));
     EXPECT_EQ((std::vector<float>{8388607.0f / 8388608, -1.0f, 256.0f / 8388608}),
               i24.Floats(3, 3));
     EXPECT_EQ((std::vector<short>{32767, -32768, 1}), i24.Int16s(3));
@@ -119,7 +121,7 @@ TEST(WavFileReader, LoopMarkersAndLabels) {
     chunks.Chunk("smpl", ByteBuilder(big).Zeros(44).U32(1000).U32(2000).Zeros(8).Bytes());
     chunks.Chunk("data", std::string(4000, '\0'));
     ReaderOn r(WaveFile(big, chunks.Bytes()));
-    ASSERT_TRUE(r.reader.ReadChunks(0x1F));
+    ASSERT_TRUE(r.reader.ReadChunks(QO::k_chunksAll));
     EXPECT_EQ(0x1Fu, r.reader.ChunksRead());
     EXPECT_EQ(1000u, r.reader.GetLoopStartFrame());
     EXPECT_EQ(2000u, r.reader.GetLoopEndFrame());
@@ -142,18 +144,19 @@ TEST(WavFileReader, WalkStopsWhenAskedChunksAreFound) {
   cue.Chunk("cue ", ByteBuilder().U32(1).U32(1).U32(5).Zeros(16).Bytes());
   const std::string file = Simple(k_mono16, k_data2, cue.Bytes());
   ReaderOn two(file), all(file);
-  ASSERT_TRUE(two.reader.ReadChunks(0x3));
+  ASSERT_TRUE(two.reader.ReadChunks(QO::k_chunksFormatAndData));
   EXPECT_EQ(0x3u, two.reader.ChunksRead());
   EXPECT_EQ(0u, two.reader.GetNumMarkers());
-  ASSERT_TRUE(all.reader.ReadChunks(0x1F));
+  ASSERT_TRUE(all.reader.ReadChunks(QO::k_chunksAll));
   EXPECT_EQ(0xBu, all.reader.ChunksRead());
   EXPECT_EQ(1u, all.reader.GetNumMarkers());
   // A missing data chunk fails only when it was asked for; a "smpl" without loop sets the flag.
   ByteBuilder chunks;
   chunks.Chunk("fmt ", k_mono16).Chunk("smpl", std::string(36, '\0'));
-  EXPECT_FALSE(ReaderOn(WaveFile(false, chunks.Bytes())).reader.ReadChunks(0x3));
+  EXPECT_FALSE(
+      ReaderOn(WaveFile(false, chunks.Bytes())).reader.ReadChunks(QO::k_chunksFormatAndData));
   ReaderOn fmtOnly(WaveFile(false, chunks.Bytes()));
-  EXPECT_TRUE(fmtOnly.reader.ReadChunks(0x5));
+  EXPECT_TRUE(fmtOnly.reader.ReadChunks(QO::k_chunkFmt | QO::k_chunkSmpl));
   EXPECT_EQ(0x5u, fmtOnly.reader.ChunksRead());
   EXPECT_EQ(0u, fmtOnly.reader.GetLoopEndFrame());
 }
@@ -163,7 +166,7 @@ TEST(WavFileReader, ToleratesPadsShortDataAndTruncation) {
     ByteBuilder chunks;
     chunks.Chunk("JUNK", "abc", pad).Chunk("fmt ", k_mono16).Chunk("data", k_data2);
     ReaderOn r(WaveFile(false, chunks.Bytes()));
-    EXPECT_TRUE(r.reader.ReadChunks(0x3));
+    EXPECT_TRUE(r.reader.ReadChunks(QO::k_chunksFormatAndData));
     EXPECT_EQ((pad ? 12u : 11u) + 12u + 24u + 8u, r.reader.GetDataOffset());
   }
 
@@ -172,7 +175,7 @@ TEST(WavFileReader, ToleratesPadsShortDataAndTruncation) {
   chunks.Chunk("fmt ", k_mono16)
       .ChunkWithSize("data", 1000, std::string("\x01\x00\x02\x00\x03", 5));
   ReaderOn cut(WaveFile(false, chunks.Bytes(), 5000));
-  ASSERT_TRUE(cut.reader.ReadChunks(0x3));
+  ASSERT_TRUE(cut.reader.ReadChunks(QO::k_chunksFormatAndData));
   EXPECT_EQ(5u, cut.reader.GetDataSize());
   EXPECT_EQ((std::vector<float>{1.0f / 32768, 2.0f / 32768}), cut.Floats(4, 4));
 
@@ -180,9 +183,9 @@ TEST(WavFileReader, ToleratesPadsShortDataAndTruncation) {
   // before the RIFF end.
   const std::string two = ByteBuilder().Chunk("fmt ", k_mono16).Chunk("data", k_data2).Bytes();
   ReaderOn early(WaveFile(false, two, 20)), atEnd(WaveFile(false, two, 28));
-  EXPECT_FALSE(early.reader.ReadChunks(0x3));
+  EXPECT_FALSE(early.reader.ReadChunks(QO::k_chunksFormatAndData));
   EXPECT_EQ(0x1u, early.reader.ChunksRead());
-  EXPECT_TRUE(atEnd.reader.ReadChunks(0x3));
+  EXPECT_TRUE(atEnd.reader.ReadChunks(QO::k_chunksFormatAndData));
   EXPECT_EQ(2u, atEnd.reader.GetDataSize());
   // Such a head past the RIFF body is cut to the file too, so the frames counted are the frames
   // a read delivers.
@@ -191,17 +194,17 @@ TEST(WavFileReader, ToleratesPadsShortDataAndTruncation) {
                                .ChunkWithSize("data", 1000, std::string("\x01\x00\x02\x00\x03", 5))
                                .Bytes();
   ReaderOn beyond(WaveFile(false, past, 28));
-  ASSERT_TRUE(beyond.reader.ReadChunks(0x3));
+  ASSERT_TRUE(beyond.reader.ReadChunks(QO::k_chunksFormatAndData));
   EXPECT_EQ(5u, beyond.reader.GetDataSize());
   EXPECT_EQ(2u, beyond.reader.GetNumFrames());
   EXPECT_EQ((std::vector<float>{1.0f / 32768, 2.0f / 32768}), beyond.Floats(8, 8));
 
   // A truncated chunk head ends the walk without error; a truncated format chunk fails.
   ReaderOn head(Simple(k_mono16, k_data2, "cue \x10"));
-  EXPECT_TRUE(head.reader.ReadChunks(0x1F));
+  EXPECT_TRUE(head.reader.ReadChunks(QO::k_chunksAll));
   EXPECT_EQ(0x3u, head.reader.ChunksRead());
   const std::string shortFmt = ByteBuilder().ChunkWithSize("fmt ", 16, "abcdefghij").Bytes();
-  EXPECT_FALSE(ReaderOn(WaveFile(false, shortFmt)).reader.ReadChunks(0x3));
+  EXPECT_FALSE(ReaderOn(WaveFile(false, shortFmt)).reader.ReadChunks(QO::k_chunksFormatAndData));
 }
 
 TEST(WavFileReader, FormatVariants) {
@@ -211,7 +214,7 @@ TEST(WavFileReader, FormatVariants) {
   ext.U16(0xFFFE).U16(2).U32(44100).U32(176400).U16(4).U16(16).U16(22).U16(16).U32(3);
   ext.Raw(std::string("\x01\x00\x00\x00\x00\x00\x10\x00\x80\x00\x00\xaa\x00\x38\x9b\x71", 16));
   ReaderOn extensible(Simple(ext.Bytes(), std::string(8, '\0')));
-  ASSERT_TRUE(extensible.reader.ReadChunks(0x3));
+  ASSERT_TRUE(extensible.reader.ReadChunks(QO::k_chunksFormatAndData));
   EXPECT_EQ("FFFE 2 44100 176400 4 16 4 10 3102", Fields(*extensible.reader.GetFormat()));
   EXPECT_TRUE(extensible.reader.IsFloat());
 
@@ -220,7 +223,7 @@ TEST(WavFileReader, FormatVariants) {
     ByteBuilder compact(big);
     compact.U16(0xFFFE).U16(4).U32(48000).U32(384000).U16(8).U16(16).U16(0).U16(0xABCD);
     ReaderOn r(Simple(compact.U32(0x204).Bytes(), std::string(16, '\0'), "", big));
-    ASSERT_TRUE(r.reader.ReadChunks(0x3));
+    ASSERT_TRUE(r.reader.ReadChunks(QO::k_chunksFormatAndData));
     EXPECT_EQ("FFFE 4 48000 384000 8 16 4 ABCD 204", Fields(*r.reader.GetFormat()));
     EXPECT_EQ(0u, r.reader.GetChannelOrdering());
   }
@@ -230,7 +233,7 @@ TEST(WavFileReader, FormatVariants) {
   amb.U16(0xFFFE).U16(4).U32(48000).U32(0).U16(0).U16(16).U16(22).U16(0x55AA).U16(16).U16(0).U32(0);
   amb.Raw(std::string("\x01\x00\x00\x00\x21\x07\xD3\x11\x86\x44\xC8\xC1\xCA\x00\x00\x00", 16));
   ReaderOn r(Simple(amb.Bytes(), std::string(16, '\0')));
-  ASSERT_TRUE(r.reader.ReadChunks(0x3));
+  ASSERT_TRUE(r.reader.ReadChunks(QO::k_chunksFormatAndData));
   EXPECT_EQ("FFFE 4 48000 0 8 16 4 55AA 204", Fields(*r.reader.GetFormat()));
   EXPECT_EQ(2u, r.reader.GetChannelOrdering());
   EXPECT_EQ(2u, r.reader.GetNumFrames());
@@ -238,13 +241,13 @@ TEST(WavFileReader, FormatVariants) {
 
 TEST(WavFileReader, HostileInputFailsCleanly) {
   EXPECT_FALSE(ReaderOn(Simple(FmtBody(false, 1, 0, 8000, 16), k_data2))
-                   .reader.ReadChunks(0x3));  // 0 channels
+                   .reader.ReadChunks(QO::k_chunksFormatAndData));  // 0 channels
 
   // A compact format with zero channels and zero block alignment reads nothing.
   ByteBuilder compact;
   compact.U16(0xFFFE).U16(0).U32(8000).U32(0).U16(0).U16(16).U16(4).U16(0).U32(0);
   ReaderOn zero(Simple(compact.Bytes(), std::string(8, '\0')));
-  ASSERT_TRUE(zero.reader.ReadChunks(0x3));
+  ASSERT_TRUE(zero.reader.ReadChunks(QO::k_chunksFormatAndData));
   EXPECT_EQ(0u, zero.reader.GetNumFrames());
   EXPECT_EQ(std::vector<float>(), zero.Floats(4, 4));
   EXPECT_EQ(std::vector<short>(), zero.Int16s(4));
@@ -255,7 +258,7 @@ TEST(WavFileReader, HostileInputFailsCleanly) {
     if (id != "fmt ") chunks.Chunk("fmt ", k_mono16);
     chunks.ChunkWithSize(id, 0xFFFFFFFF, std::string(64, '\x01'));
     ReaderOn r(WaveFile(false, chunks.Bytes(), 0xFFFFFFFF));
-    EXPECT_EQ(id == "data", r.reader.ReadChunks(0x1F)) << id;
+    EXPECT_EQ(id == "data", r.reader.ReadChunks(QO::k_chunksAll)) << id;
     EXPECT_EQ(id == "data" ? 64u : 0u, r.reader.GetDataSize()) << id;
   }
 
@@ -264,7 +267,7 @@ TEST(WavFileReader, HostileInputFailsCleanly) {
   longLabel.Chunk("LIST",
                   ByteBuilder().Raw("adtl").Raw("labl").U32(0x7FFFFFF0).U32(1).Raw("abc").Bytes());
   ReaderOn labl(Simple(k_mono16, k_data2, longLabel.Bytes()));
-  EXPECT_FALSE(labl.reader.ReadChunks(0x1F));
+  EXPECT_FALSE(labl.reader.ReadChunks(QO::k_chunksAll));
   EXPECT_EQ(0u, labl.reader.GetNumMarkers());
 
   // A cue count beyond the chunk: records are read until the file ends, then failure; what
@@ -272,21 +275,21 @@ TEST(WavFileReader, HostileInputFailsCleanly) {
   ByteBuilder cue;
   cue.Chunk("cue ", ByteBuilder().U32(0xFFFFFFFF).U32(1).U32(2).Zeros(16).Bytes());
   ReaderOn cues(Simple(k_mono16, k_data2, cue.Bytes()));
-  EXPECT_FALSE(cues.reader.ReadChunks(0x1F));
+  EXPECT_FALSE(cues.reader.ReadChunks(QO::k_chunksAll));
   EXPECT_EQ("1@2:", qotest::Markers(cues.reader.GetMarkers()));
 
   // A "labl" too short to hold its ID is skipped like an unknown sub-chunk.
   ByteBuilder shortLabel;
   shortLabel.Raw("adtl").Raw("labl").U32(2).Raw("ab").Raw("labl").U32(6).U32(3).Raw("hi");
   ReaderOn skip(Simple(k_mono16, k_data2, ByteBuilder().Chunk("LIST", shortLabel.Bytes()).Bytes()));
-  ASSERT_TRUE(skip.reader.ReadChunks(0x1F));
+  ASSERT_TRUE(skip.reader.ReadChunks(QO::k_chunksAll));
   EXPECT_EQ("3@0:hi", qotest::Markers(skip.reader.GetMarkers()));
 }
 
 TEST(WavFileReader, UnconvertibleWidthsAndDuration) {
   // 8-bit frames are consumed and counted, the output is left as it was.
   ReaderOn r(Simple(FmtBody(false, 1, 2, 8000, 8), "\x01\x02\x03\x04\x05\x06"));
-  ASSERT_TRUE(r.reader.ReadChunks(0x3));
+  ASSERT_TRUE(r.reader.ReadChunks(QO::k_chunksFormatAndData));
   r.reader.SeekToAudioFrame(0);
   float out[4] = {4, 4, 4, 4};
   EXPECT_EQ(2u, r.reader.ReadPCMDataAsFloat32(2, out));
@@ -304,7 +307,7 @@ TEST(WavFileReader, UnconvertibleWidthsAndDuration) {
 
   // Whole frames over the rate: 44101 bytes of 16-bit mono are 22050 frames.
   ReaderOn odd(Simple(FmtBody(false, 1, 1, 44100, 16), std::string(44101, '\0')));
-  ASSERT_TRUE(odd.reader.ReadChunks(0x3));
+  ASSERT_TRUE(odd.reader.ReadChunks(QO::k_chunksFormatAndData));
   EXPECT_EQ(22050u, odd.reader.GetNumFrames());
   EXPECT_DOUBLE_EQ(0.5, odd.reader.GetDuration());
 }

@@ -16,7 +16,8 @@ TEST(WavFileSndfile, EditsAFileOfLibsndfileAndLibsndfileReadsTheResult) {
   qotest::TempDir dir;
   const std::string source = dir.File("sndfile.wav"), output = dir.File("out.wav");
   std::vector<short> samples(5000 * 2);
-  for (size_t i = 0; i < samples.size(); ++i) samples[i] = static_cast<short>((i * 131) % 60000 - 30000);
+  for (size_t i = 0; i < samples.size(); ++i)
+    samples[i] = static_cast<short>((i * 131) % 60000 - 30000);
   SF_INFO info = {0, 48000, 2, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0, 0};
   SNDFILE* file = sf_open(source.c_str(), SFM_WRITE, &info);
   ASSERT_NE(file, nullptr);
@@ -60,7 +61,8 @@ TEST(WavFileSndfile, EditsAFileOfLibsndfileAndLibsndfileReadsTheResult) {
   ASSERT_EQ(sf_command(file, SFC_GET_INSTRUMENT, &instrument, sizeof(instrument)), SF_TRUE);
   ASSERT_EQ(instrument.loop_count, 1);
   EXPECT_EQ(instrument.loops[0].start, 1200u);
-  EXPECT_EQ(instrument.loops[0].end, 3801u);  // libsndfile reports the frame after the inclusive end
+  EXPECT_EQ(instrument.loops[0].end,
+            3801u);  // libsndfile reports the frame after the inclusive end
   EXPECT_EQ(instrument.loops[0].mode, SF_LOOP_FORWARD);
   sf_close(file);
 }

@@ -56,7 +56,8 @@ TEST(WavFileSox, ExtensibleAndMuLawFilesSurviveAMarkerEdit) {
 
     QoWavFileReader reader;
     reader.SetStandardExtensibleLayout(true);
-    ASSERT_TRUE(reader.Open(zu::Path(in)) && reader.ReadChunks(0x3));
+    ASSERT_TRUE(reader.Open(zu::Path(in)));
+    ASSERT_TRUE(reader.ReadChunks(QO::k_chunksFormatAndData));
     const QoWaveFormatFacts& facts = reader.GetStoredFormat();
     EXPECT_EQ(std::vector<uint32_t>({facts.formatTag, facts.channelMask, facts.standardLayoutUsed}),
               std::vector<uint32_t>({c.tag, c.mask, c.tag == 0xFFFE}));

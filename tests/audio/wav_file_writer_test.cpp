@@ -1,3 +1,4 @@
+// The WAV writer: the bytes it writes for formats, markers and samples.
 #include <gtest/gtest.h>
 #include <qobase/audio/wav_file_writer.h>
 
@@ -53,7 +54,7 @@ TEST(WavFileWriter, WritesTheExactBytesInBothByteOrders) {
       const std::string label1("abcd\0", 5), label2("xy\0z", 4);
       writer.SetMarkers({Marker(1, 5, label1), Marker(2, 7, label2)});
       writer.SetMarkers({Marker(3, 9, "")});  // appended to the list already there
-      ASSERT_TRUE(writer.WriteChunks(0x1C));
+      ASSERT_TRUE(writer.WriteChunks(QO::k_chunksMarkers));
       float samples[4] = {1.0f, -1.0f, 0.5f, -0.5f};
       EXPECT_TRUE(writer.WriteReal32AsPCMData(2, samples));
       EXPECT_TRUE(writer.Close());
@@ -69,7 +70,7 @@ TEST(WavFileWriter, MinimalFileAndCompactFormat) {
     QoWavFileWriter writer;
     ASSERT_TRUE(writer.Open(zu::Path(dir.File("a.wav")), false));
     writer.SetFormat(ExtensibleFormat(1, 16));
-    ASSERT_TRUE(writer.WriteChunks(0x18));
+    ASSERT_TRUE(writer.WriteChunks(QO::k_chunkCue | QO::k_chunkLIST));
     short samples[2] = {0x1234, -2};
     EXPECT_TRUE(writer.WriteInt16AsPCMData(2, samples));
     EXPECT_TRUE(writer.Close());
@@ -84,7 +85,7 @@ TEST(WavFileWriter, MinimalFileAndCompactFormat) {
   ASSERT_TRUE(writer.Open(zu::Path(dir.File("b.wav")), true));
   writer.SetFormat(WaveFormatExtensible{0xFFFE, 1, 8000, 16000, 2, 16, 4, 0x0102, 0x4101});
   writer.SetMarkers({Marker(4, 1, "")});  // no label: no "LIST"
-  ASSERT_TRUE(writer.WriteChunks(0x1C));
+  ASSERT_TRUE(writer.WriteChunks(QO::k_chunksMarkers));
   short samples[1] = {0x0102};
   EXPECT_TRUE(writer.WriteInt16AsPCMData(1, samples));
   EXPECT_TRUE(writer.Close());

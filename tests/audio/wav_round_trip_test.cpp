@@ -43,7 +43,7 @@ TEST_P(WavRoundTrip, EverythingComesBack) {
     writer.SetFormat(format);
     writer.SetLoopPoints(256, 1792);
     writer.SetMarkers(markers);
-    ASSERT_TRUE(writer.WriteChunks(0x1C));
+    ASSERT_TRUE(writer.WriteChunks(QO::k_chunksMarkers));
     // In two blocks, to check that appends continue where the last one stopped.
     ASSERT_TRUE(writer.WriteReal32AsPCMData(1000, samples.data()));
     ASSERT_TRUE(writer.WriteReal32AsPCMData(frames - 1000, samples.data() + 1000 * channels));
@@ -52,7 +52,7 @@ TEST_P(WavRoundTrip, EverythingComesBack) {
 
   QoWavFileReader reader;
   ASSERT_TRUE(reader.Open(zu::Path(path)));
-  ASSERT_TRUE(reader.ReadChunks(0x1F));
+  ASSERT_TRUE(reader.ReadChunks(QO::k_chunksAll));
   EXPECT_EQ(0x1Fu, reader.ChunksRead());
   EXPECT_EQ(big, reader.IsByteSwapped());
   const WaveFormatExtensible expected = {0xFFFE,

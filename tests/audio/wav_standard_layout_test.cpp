@@ -85,7 +85,8 @@ TEST(WavStandardLayout, OffKeepsTheOldResultsOnReadsThePublishedLayout) {
       SCOPED_TRACE(std::string(c.name) + (on ? " on" : " off"));
       QoWavFileReader reader;
       reader.SetStandardExtensibleLayout(on);
-      ASSERT_TRUE(reader.Open(zu::Path(path)) && reader.ReadChunks(0x3));
+      ASSERT_TRUE(reader.Open(zu::Path(path)));
+      ASSERT_TRUE(reader.ReadChunks(QO::k_chunksFormatAndData));
       EXPECT_EQ(qotest::Fields(*reader.GetFormat()), on && c.fieldsOn ? c.fieldsOn : c.fieldsOff);
       EXPECT_EQ(reader.IsFloat(), on ? c.floatOn : c.floatOff);
       // The facts hold the body as stored, the sub-format as understood.
@@ -112,11 +113,12 @@ TEST(WavStandardLayout, OffKeepsTheOldResultsOnReadsThePublishedLayout) {
       QoWavFile wav;
       wav.SetStandardExtensibleLayout(on);
       WaveFormatExtensible format;
-      ASSERT_TRUE(wav.Open(zu::Path(path), false) && wav.GetFormat(&format));
+      ASSERT_TRUE(wav.Open(zu::Path(path), false));
+      ASSERT_TRUE(wav.GetFormat(&format));
       EXPECT_EQ(qotest::Fields(format), qotest::Fields(*reader.GetFormat()));
       EXPECT_EQ(wav.GetStoredFormat().standardLayoutUsed, facts.standardLayoutUsed);
       zu::File out;
-      ASSERT_EQ(out.Open(zu::Path(dir.File("fmt.bin")), k_openModeWrite, 0), 1u);
+      ASSERT_EQ(out.Open(zu::Path(dir.File("fmt.bin")), k_openModeWrite, 0), QO::k_resultSuccess);
       EXPECT_FALSE(wav.WriteFormatChunkAsStored(out, !c.big));
       EXPECT_TRUE(wav.WriteFormatChunkAsStored(out, c.big));
       out.Close();

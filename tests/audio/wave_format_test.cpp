@@ -1,3 +1,4 @@
+// The WAVE format records and the packed channel configuration.
 #include <gtest/gtest.h>
 #include <qobase/audio/wav_byte_swap.h>
 #include <qobase/audio/wave_format.h>

@@ -90,7 +90,8 @@ TEST(DirectoryOperations, GetFilesRecursive) {
     // Hidden entries count only in the directory itself.
     found.clear();
     EXPECT_TRUE(zu::GetFilesRecursive(dir.Path(), found, "*.wav", true));
-    EXPECT_TRUE(found.count(dir.File("h.wav")) == 1 && found.count(dir.File("sub/g.wav")) == 0);
+    EXPECT_TRUE(found.count(dir.File("h.wav")) == 1);
+    EXPECT_TRUE(found.count(dir.File("sub/g.wav")) == 0);
   }
 }
 
@@ -133,13 +134,15 @@ TEST(DirectoryOperations, RemoveDirectoryRecursiveStaysInsideAndHonoursFilters) 
     EXPECT_FALSE(zu::RemoveDirectoryRecursive(refused, zu::PathFilter::Basic)) << refused;
   }
   zu::Path::SetCurrent(before);
-  EXPECT_TRUE(zu::Path(dir.File("cwd/x")).Exists() && zu::Path::GetCurrent() == before);
+  EXPECT_TRUE(zu::Path(dir.File("cwd/x")).Exists());
+  EXPECT_TRUE(zu::Path::GetCurrent() == before);
 
   MakeFiles(dir, {"t/a.wav", "t/b.txt", "t/s/c.wav", "u/v/w/x"});
   // A filter that keeps a file leaves its directory non-empty: that is an error, raised.
   const auto noTxt = [](const CStdStr& path) { return !zu::RegexPathFilter(path, R"(.*\.txt)"); };
   EXPECT_THROW(zu::RemoveDirectoryRecursive(dir.File("t"), noTxt), fs::filesystem_error);
-  EXPECT_TRUE(zu::Path(dir.File("t/b.txt")).Exists() && !zu::Path(dir.File("t/s")).Exists());
+  EXPECT_TRUE(zu::Path(dir.File("t/b.txt")).Exists());
+  EXPECT_TRUE(!zu::Path(dir.File("t/s")).Exists());
   // The filter is asked about the root and then every entry, in walk order.
   std::vector<std::string> asked;
   const auto record = [&](const CStdStr& path) {
@@ -182,8 +185,8 @@ TEST(DirectoryOperations, CopyFilesRecursive) {
   // A link inside the source pointing far away is copied as a link under the destination.
   ASSERT_TRUE(qotest::WriteFileBytes(outside.File("target"), "far"));
   ASSERT_EQ(0, symlink(outside.File("target").c_str(), dir.File("src/link").c_str()));
-  EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src"), dir.File("dst2"), nullptr, true) &&
-              fs::is_symlink(dir.File("dst2/link")));
+  EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src"), dir.File("dst2"), nullptr, true));
+  EXPECT_TRUE(fs::is_symlink(dir.File("dst2/link")));
   EXPECT_EQ(1, std::distance(fs::directory_iterator(outside.Path()), fs::directory_iterator()));
   // A single file as the source is copied once.
   EXPECT_TRUE(zu::CopyFilesRecursive(dir.File("src/a.wav"), dir.File("single"), nullptr, true));
@@ -203,7 +206,8 @@ TEST(PathFind, SortedCanonicalVisibleMatches) {
   }
   zu::PathFind wav(dir.Path() + "/./*.wav", true);
   EXPECT_EQ((std::vector<std::string>{dir.File("a.wav"), dir.File("b.wav")}), All(wav));
-  EXPECT_TRUE(!wav.HasNext() && wav.Next().IsEmpty());
+  EXPECT_TRUE(!wav.HasNext());
+  EXPECT_TRUE(wav.Next().IsEmpty());
   EXPECT_FALSE(zu::PathFind(dir.File("*.aiff"), true).HasNext());
   const std::vector<std::string> all{dir.File("a.wav"), dir.File("b.wav"), dir.File("c.txt"),
                                      dir.File("secret")};
@@ -230,9 +234,12 @@ TEST(PathFind, SortedCanonicalVisibleMatches) {
 TEST(NoCaseStringComp, OrdersIgnoringCase) {
   const NoCaseStringComp less;
   EXPECT_FALSE(less("abc", "ABC") || less("ABC", "abc"));
-  EXPECT_TRUE(less("ab", "ABC") && !less("ABC", "ab") && less("Apple", "banana"));
+  EXPECT_TRUE(less("ab", "ABC"));
+  EXPECT_TRUE(!less("ABC", "ab"));
+  EXPECT_TRUE(less("Apple", "banana"));
   EXPECT_TRUE(less("\xc3\xa9", "a"));  // signed bytes: UTF-8 before ASCII
-  EXPECT_TRUE(less("", "a") && !less("", ""));
+  EXPECT_TRUE(less("", "a"));
+  EXPECT_FALSE(less("", ""));
   std::set<CStdStr, NoCaseStringComp> names{"Take.wav", "take.WAV", "b"};
   EXPECT_EQ((std::vector<CStdStr>{"b", "Take.wav"}),
             std::vector<CStdStr>(names.begin(), names.end()));

@@ -76,7 +76,8 @@ bool Write(const std::string& path) { return qotest::WriteFileBytes(path, "x"); 
 
 TEST(DirectoryWatcherRules, KindsOfChangeOnePathOncePerBatch) {
   qotest::TempDir dir;
-  ASSERT_TRUE(Write(dir.File("a.wav")) && Write(dir.File("b.wav")));
+  ASSERT_TRUE(Write(dir.File("a.wav")));
+  ASSERT_TRUE(Write(dir.File("b.wav")));
   DirectoryWatcher watcher(1000, 0);
   Recorder recorder(watcher);
   watcher.StartSync(dir.Path(), true, 0);
@@ -138,7 +139,8 @@ TEST(DirectoryWatcherRules, HiddenItemsSubversionFoldersAndDirectChildren) {
 TEST(DirectoryWatcherRules, IgnoreListWithGracePeriod) {
   qotest::TempDir dir;
   const std::string own = dir.File("own.wav"), later = dir.File("later.wav");
-  ASSERT_TRUE(Write(own) && Write(later));
+  ASSERT_TRUE(Write(own));
+  ASSERT_TRUE(Write(later));
   DirectoryWatcher watcher(1000, 150);
   Recorder recorder(watcher);
   watcher.StartSync(dir.Path(), true, 0);
@@ -147,7 +149,9 @@ TEST(DirectoryWatcherRules, IgnoreListWithGracePeriod) {
     return !recorder.Take().empty();
   };
   watcher.AddIgnoreFile(own);
-  EXPECT_TRUE(!reported(own) && !reported(dir.File("OWN.WAV")) && reported(later));
+  EXPECT_TRUE(!reported(own));
+  EXPECT_TRUE(!reported(dir.File("OWN.WAV")));
+  EXPECT_TRUE(reported(later));
   // Once the save is declared finished, the entry holds for the grace period only; one added
   // after that holds until the next clear.
   watcher.ClearIgnoreFiles();
@@ -159,7 +163,8 @@ TEST(DirectoryWatcherRules, IgnoreListWithGracePeriod) {
   EXPECT_FALSE(reported(later));
   usleep(200000);
   watcher.ClearIgnoreFiles();
-  EXPECT_TRUE(reported(later) && reported(own));
+  EXPECT_TRUE(reported(later));
+  EXPECT_TRUE(reported(own));
 }
 
 TEST(DirectoryWatcherLive, ChangesNewFoldersAndFoldersMovedIn) {
@@ -177,7 +182,8 @@ TEST(DirectoryWatcherLive, ChangesNewFoldersAndFoldersMovedIn) {
   EXPECT_TRUE(recorder.Await(a)) << "modified";
   recorder.Take();
   ASSERT_EQ(0, rename(a.c_str(), b.c_str()));
-  EXPECT_TRUE(recorder.Await(b) && recorder.Await(a)) << "renamed, both names";
+  EXPECT_TRUE(recorder.Await(b)) << "renamed, both names";
+  EXPECT_TRUE(recorder.Await(a)) << "renamed, both names";
   recorder.Take();
   ASSERT_EQ(0, unlink(b.c_str()));
   EXPECT_TRUE(recorder.Await(b)) << "removed";
@@ -185,7 +191,8 @@ TEST(DirectoryWatcherLive, ChangesNewFoldersAndFoldersMovedIn) {
   // Files made in a new folder before its watch can exist (the watcher thread is held in the
   // callback meanwhile) are found by the scan; later ones deeper down by the new watches.
   recorder.Hold(true);
-  ASSERT_TRUE(Write(dir.File("trigger.wav")) && recorder.Await(dir.File("trigger.wav")));
+  ASSERT_TRUE(Write(dir.File("trigger.wav")));
+  ASSERT_TRUE(recorder.Await(dir.File("trigger.wav")));
   ASSERT_EQ(0, mkdir(dir.File("new").c_str(), 0755));
   ASSERT_EQ(0, mkdir(dir.File("new/inner").c_str(), 0755));
   ASSERT_TRUE(Write(dir.File("new/inner/first.wav")));
@@ -196,7 +203,8 @@ TEST(DirectoryWatcherLive, ChangesNewFoldersAndFoldersMovedIn) {
   // A folder moved in is watched too.
   ASSERT_EQ(0, mkdir(outside.File("moved").c_str(), 0755));
   ASSERT_EQ(0, rename(outside.File("moved").c_str(), dir.File("moved").c_str()));
-  ASSERT_TRUE(recorder.Await(dir.File("moved")) && Write(dir.File("moved/inside.wav")));
+  ASSERT_TRUE(recorder.Await(dir.File("moved")));
+  ASSERT_TRUE(Write(dir.File("moved/inside.wav")));
   EXPECT_TRUE(recorder.Await(dir.File("moved/inside.wav")));
   watcher.Stop();
   EXPECT_FALSE(watcher.IsAlive());
@@ -253,7 +261,8 @@ TEST(DirectoryWatcherLive, StopIsPromptAlsoDuringACallback) {
   Recorder held(quick);
   quick.StartSync(second.Path(), true, 0);
   held.Hold(true);
-  ASSERT_TRUE(Write(second.File("a.wav")) && held.Await(second.File("a.wav")));
+  ASSERT_TRUE(Write(second.File("a.wav")));
+  ASSERT_TRUE(held.Await(second.File("a.wav")));
   std::thread releaser([&] {
     usleep(50000);
     held.Hold(false);
@@ -270,13 +279,14 @@ TEST(DirectoryWatcherLive, StopIsPromptAlsoDuringACallback) {
     held.Receive(changes);
   });
   quick.StartSync(second.Path(), true, 0);
-  ASSERT_TRUE(Write(second.File("b.wav")) && held.Await(second.File("b.wav")));
+  ASSERT_TRUE(Write(second.File("b.wav")));
+  ASSERT_TRUE(held.Await(second.File("b.wav")));
   EXPECT_FALSE(aliveAfterStop);
   EXPECT_FALSE(quick.IsAlive());
 }
 
 // An ordinary user with no thread left: StartSync returns and the watcher stays idle.
-TEST(DirectoryWatcherLive, NoThreadLeft) {
+TEST(DirectoryWatcherLive, StartSyncReturnsWithoutAWatcherWhenNoThreadCanStart) {
   qotest::TempDir dir;
   const std::string root = dir.Path();
   EXPECT_EQ(0, qotest::RunAsOrdinaryUser([&root] {

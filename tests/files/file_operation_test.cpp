@@ -57,11 +57,13 @@ TEST(FileOperation, WholeFileReadsComparisonsAndTouch) {
   const auto same = [&](const char* a, const char* b) {
     return zu::FileOperation::AreFilesIdentical(at(a), at(b));
   };
-  EXPECT_TRUE(same("a", "b") && same("nul", "n2"));
+  EXPECT_TRUE(same("a", "b"));
+  EXPECT_TRUE(same("nul", "n2"));
   EXPECT_FALSE(same("a", "c") || same("a", "nul") || same("missing", "other"));
-  EXPECT_TRUE(zu::FileOperation::Touch(at("t")) && zu::FileOperation::Touch(at("a")));
-  EXPECT_TRUE(qotest::ReadFileBytes(dir.File("t")).empty() &&
-              qotest::ReadFileBytes(dir.File("a")) == "same");
+  EXPECT_TRUE(zu::FileOperation::Touch(at("t")));
+  EXPECT_TRUE(zu::FileOperation::Touch(at("a")));
+  EXPECT_TRUE(qotest::ReadFileBytes(dir.File("t")).empty());
+  EXPECT_TRUE(qotest::ReadFileBytes(dir.File("a")) == "same");
   EXPECT_FALSE(zu::FileOperation::Touch(at("no/dir/t")));
   FILE* out = nullptr;
   EXPECT_FALSE(zu::FileOperation::WithOpenFile(nullptr, dir.File("a"), "r") ||
@@ -83,7 +85,8 @@ TEST(FileOperation, TempNamesStepFromTheStartNumberAndGiveUp) {
     const unsigned int start = std::stoul(steps[i + 1], nullptr, 16);
     EXPECT_EQ(std::stoul(steps[i + 2], nullptr, 16),
               zu::FileOperation::TouchTempFileNameFrom(folder, steps[i], start, created));
-    EXPECT_TRUE(created == zu::Path(dir.File(steps[i + 2])) && created.FileExists());
+    EXPECT_TRUE(created == zu::Path(dir.File(steps[i + 2])));
+    EXPECT_TRUE(created.FileExists());
   }
   // From 0xfffe with four tries: ffff, then 0001..0003, all taken; a fifth try finds 0004.
   for (const char* name : {"0003.tmp", "ffff.tmp"}) {
@@ -102,7 +105,8 @@ TEST(FileOperation, TempNamesStepFromTheStartNumberAndGiveUp) {
   char expected[16];
   snprintf(expected, sizeof(expected), "%04x.tmp",
            zu::FileOperation::TouchTempFileName(folder, created));
-  EXPECT_TRUE(std::string(expected) != "0000.tmp" && created.GetFileName() == expected) << expected;
+  EXPECT_TRUE(std::string(expected) != "0000.tmp") << expected;
+  EXPECT_TRUE(created.GetFileName() == expected) << expected;
 }
 
 TEST(FileOperation, TempNamesAreUniqueAcrossThreadsAndProcesses) {
@@ -143,21 +147,22 @@ TEST(FileOperation, TempNamesAreUniqueAcrossThreadsAndProcesses) {
   }
 }
 
-TEST(FileOperation, IsWritable) {
+TEST(FileOperation, IsWritableProbesWithoutLeavingFilesAndHonoursPermissions) {
   qotest::TempDir dir;
   const auto writable = [&](const char* name) {
     return zu::FileOperation::IsWritable(zu::Path(dir.File(name)));
   };
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("ro"), "data"));
-  EXPECT_TRUE(zu::FileOperation::IsWritable(zu::Path(dir.Path())) && writable("new") &&
-              writable("ro"));
+  EXPECT_TRUE(zu::FileOperation::IsWritable(zu::Path(dir.Path())));
+  EXPECT_TRUE(writable("new"));
+  EXPECT_TRUE(writable("ro"));
   EXPECT_FALSE(writable("no/such/file"));
   // The probes left nothing behind and changed nothing.
   EXPECT_EQ(1, std::distance(boost::filesystem::directory_iterator(dir.Path()),
                              boost::filesystem::directory_iterator()));
   EXPECT_EQ("data", qotest::ReadFileBytes(dir.File("ro")));
-  ASSERT_TRUE(zu::Path(dir.File("rodir")).CreateDirectory() &&
-              zu::Path(dir.File("open")).CreateDirectory());
+  ASSERT_TRUE(zu::Path(dir.File("rodir")).CreateDirectory());
+  ASSERT_TRUE(zu::Path(dir.File("open")).CreateDirectory());
   for (const auto& mode :
        {std::make_pair("", 0755), {"ro", 0444}, {"rodir", 0555}, {"open", 0777}}) {
     ASSERT_EQ(0, chmod(dir.File(mode.first).c_str(), mode.second)) << mode.first;
@@ -176,19 +181,22 @@ TEST(FileHelp, TemporaryFile) {
   {
     FileHelp::TemporaryFile temporary{zu::Path(dir.Path())};
     kept = temporary.GetPath();
-    EXPECT_TRUE(kept.GetFileExtension() == ".tmp" && kept.GetParent() == dir.Path());
+    EXPECT_TRUE(kept.GetFileExtension() == ".tmp");
+    EXPECT_TRUE(kept.GetParent() == dir.Path());
     EXPECT_TRUE(temporary.GetFile().WriteExact("abc", 3));
     // Read and append: the start can be read back.
     char buffer[3];
-    EXPECT_TRUE(temporary.GetFile().SetFilePointer(0, zu::k_fileBegin) == 0 &&
-                temporary.GetFile().ReadExact(buffer, 3) && std::string(buffer, 3) == "abc");
+    EXPECT_TRUE(temporary.GetFile().SetFilePointer(0, zu::k_fileBegin) == 0);
+    EXPECT_TRUE(temporary.GetFile().ReadExact(buffer, 3));
+    EXPECT_TRUE(std::string(buffer, 3) == "abc");
   }
   // Destruction closes but keeps the file.
   EXPECT_EQ("abc", qotest::ReadFileBytes(kept.GetFullPath()));
 
   FileHelp::TemporaryFile wav(zu::Path(dir.Path()), "wav");
-  EXPECT_TRUE(wav.GetPath().GetFileExtension() == ".wav" && wav.GetPath().Exists() &&
-              wav.DeleteFile());
+  EXPECT_TRUE(wav.GetPath().GetFileExtension() == ".wav");
+  EXPECT_TRUE(wav.GetPath().Exists());
+  EXPECT_TRUE(wav.DeleteFile());
   EXPECT_FALSE(wav.GetFile().IsOpen() || wav.GetPath().Exists() || wav.DeleteFile());
 
   FileHelp::TemporaryFile nowhere(zu::Path(dir.File("missing")));

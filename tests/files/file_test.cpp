@@ -38,8 +38,10 @@ TEST(File, OpenResultCodes) {
   EXPECT_EQ(QO::k_resultSuccess, open("new", k_openModeWrite));
   // A second Open on an open handle is refused rather than leaking the first stream.
   EXPECT_EQ(QO::k_resultFailure, open("other", k_openModeWrite));
-  EXPECT_TRUE(file.Close() == QO::k_resultSuccess && file.Close() == QO::k_resultFailure);
-  EXPECT_TRUE(zu::Path(dir.File("new")).FileExists() && !zu::Path(dir.File("other")).Exists());
+  EXPECT_TRUE(file.Close() == QO::k_resultSuccess);
+  EXPECT_TRUE(file.Close() == QO::k_resultFailure);
+  EXPECT_TRUE(zu::Path(dir.File("new")).FileExists());
+  EXPECT_TRUE(!zu::Path(dir.File("other")).Exists());
   zu::File borrowed(stdout);
   EXPECT_EQ(QO::k_resultFailure, borrowed.Open(zu::Path(dir.File("b")), k_openModeWrite, 0));
   EXPECT_EQ(QO::k_resultFailure, borrowed.Close());
@@ -64,7 +66,8 @@ TEST(File, WriterLockHoldsAcrossHandlesAndProcesses) {
     EXPECT_EQ(QO::k_resultFailure, second.Open(path, mode, 0)) << mode;
   }
   // Readers take no lock.
-  EXPECT_TRUE(second.Open(path, k_openModeRead, 0) == 1 && second.Close() == 1);
+  EXPECT_TRUE(second.Open(path, k_openModeRead, 0) == QO::k_resultSuccess);
+  EXPECT_TRUE(second.Close() == QO::k_resultSuccess);
   const auto openInChild = [&](QoOpenMode mode) {
     return qotest::RunInChild([&] {
       zu::File other;
@@ -110,8 +113,8 @@ TEST(File, DeleteOnCloseFollowsRenames) {
   EXPECT_TRUE(zu::FileDescriptorToPath(ends[0]).IsEmpty());
   close(ends[0]);
   close(ends[1]);
-  EXPECT_TRUE(zu::FileDescriptorToPath(ends[0]).IsEmpty() &&
-              zu::FileDescriptorToPath(-1).IsEmpty());
+  EXPECT_TRUE(zu::FileDescriptorToPath(ends[0]).IsEmpty());
+  EXPECT_TRUE(zu::FileDescriptorToPath(-1).IsEmpty());
 }
 
 TEST(File, ReadsAndWritesCountBytes) {
@@ -132,8 +135,10 @@ TEST(File, ReadsAndWritesCountBytes) {
   EXPECT_EQ(19, file.SetFilePointer(0, zu::k_fileEnd));
   EXPECT_EQ(-1, file.SetFilePointer(-1, zu::k_fileBegin));
   EXPECT_EQ(10, file.SetFilePointer(10, zu::k_fileBegin));
-  EXPECT_TRUE(file.SetEndOfFile() && file.GetFileSize() == 10);
-  EXPECT_TRUE(file.SetLastWriteTime(1234567890) && file.GetLastWriteTime() == 1234567890);
+  EXPECT_TRUE(file.SetEndOfFile());
+  EXPECT_TRUE(file.GetFileSize() == 10);
+  EXPECT_TRUE(file.SetLastWriteTime(1234567890));
+  EXPECT_TRUE(file.GetLastWriteTime() == 1234567890);
   ASSERT_EQ(QO::k_resultSuccess, file.Close());
   EXPECT_EQ("0123456789", qotest::ReadFileBytes(path.GetFullPath()));
 
@@ -143,7 +148,8 @@ TEST(File, ReadsAndWritesCountBytes) {
   // Short at the end: ReadExact fails, Read succeeds, both count what they got.
   EXPECT_FALSE(file.ReadExact(buffer, 8, count));
   EXPECT_EQ("6789", std::string(buffer, count));
-  EXPECT_TRUE(file.Read(buffer, 8, count) && count == 0);
+  EXPECT_TRUE(file.Read(buffer, 8, count));
+  EXPECT_TRUE(count == 0);
   EXPECT_FALSE(file.Write("no", 2, count, 2));
   EXPECT_EQ(QO::k_resultSuccess, file.Close());
 
@@ -166,7 +172,8 @@ TEST(File, CopiesBorrowAndMovesTransferOwnership) {
   ASSERT_EQ(QO::k_resultSuccess, owner.Open(path, k_openModeWrite, zu::File::k_flagDeleteOnClose));
   {
     zu::File copy(owner);
-    EXPECT_TRUE(owner.GetStream() == copy.GetStream() && copy.WriteExact("ab", 2));
+    EXPECT_TRUE(owner.GetStream() == copy.GetStream());
+    EXPECT_TRUE(copy.WriteExact("ab", 2));
     EXPECT_EQ(QO::k_resultFailure, copy.Close());
   }
   // Destroying the borrowed copy left the stream open.
@@ -179,7 +186,9 @@ TEST(File, CopiesBorrowAndMovesTransferOwnership) {
   zu::File movedAgain(std::move(moved));
   EXPECT_FALSE(moved.IsOpen());
   // The flags came along: closing deletes.
-  EXPECT_TRUE(path.Exists() && movedAgain.Close() == QO::k_resultSuccess && !path.Exists());
+  EXPECT_TRUE(path.Exists());
+  EXPECT_TRUE(movedAgain.Close() == QO::k_resultSuccess);
+  EXPECT_TRUE(!path.Exists());
 
   // A borrowed handle moved elsewhere stays borrowed: the stream is never closed by us.
   FILE* stream = fopen(dir.File("raw").c_str(), "w");
@@ -210,8 +219,8 @@ TEST(File, GetLastErrorClassifiesWriteFailures) {
     signal(SIGXFSZ, SIG_IGN);
     struct rlimit limit = {4096, 4096};
     zu::File file;
-    const bool ready =
-        setrlimit(RLIMIT_FSIZE, &limit) == 0 && file.Open(path, k_openModeWrite, 0) == 1;
+    const bool ready = setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+                       file.Open(path, k_openModeWrite, 0) == QO::k_resultSuccess;
     const bool refused =
         ready && !file.WriteExact(block.data(), static_cast<unsigned int>(block.size()));
     return refused ? static_cast<int>(zu::File::GetLastError()) : 100;
@@ -236,7 +245,8 @@ TEST(MemoryMappedFile, MapsWholeFileReleasesItAndRefusesWhatCannotBeMapped) {
   const std::string path = dir.File("mapped.bin");
   std::string bytes(10000, '\0');
   for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 7);
-  ASSERT_TRUE(qotest::WriteFileBytes(path, bytes) && qotest::WriteFileBytes(dir.File("empty"), ""));
+  ASSERT_TRUE(qotest::WriteFileBytes(path, bytes));
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("empty"), ""));
   zu::MemoryMappedFile mapped;
   for (const std::string& bad :
        {dir.File("missing"), dir.File("empty"), dir.Path(), std::string()}) {
@@ -245,7 +255,8 @@ TEST(MemoryMappedFile, MapsWholeFileReleasesItAndRefusesWhatCannotBeMapped) {
   EXPECT_FALSE(mapped.Unmap());
   const void* data = mapped.Map(zu::Path(path));
   ASSERT_NE(nullptr, data);
-  EXPECT_TRUE(data == mapped.GetData() && bytes.size() == mapped.GetSize());
+  EXPECT_TRUE(data == mapped.GetData());
+  EXPECT_TRUE(bytes.size() == mapped.GetSize());
   EXPECT_EQ(0, std::memcmp(data, bytes.data(), bytes.size()));
   EXPECT_EQ(1, MappingsOf(path));
   // Mapped already: a second Map is refused and the first mapping stays.
@@ -253,7 +264,9 @@ TEST(MemoryMappedFile, MapsWholeFileReleasesItAndRefusesWhatCannotBeMapped) {
   EXPECT_EQ(data, mapped.GetData());
   // Unmap and destruction release the mapping.
   EXPECT_TRUE(mapped.Unmap());
-  EXPECT_TRUE(mapped.GetData() == nullptr && MappingsOf(path) == 0 && !mapped.Unmap());
+  EXPECT_TRUE(mapped.GetData() == nullptr);
+  EXPECT_TRUE(MappingsOf(path) == 0);
+  EXPECT_TRUE(!mapped.Unmap());
   {
     zu::MemoryMappedFile scoped;
     ASSERT_NE(nullptr, scoped.Map(zu::Path(path)));

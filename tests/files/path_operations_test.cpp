@@ -32,11 +32,18 @@ TEST(PathOperations, QueriesOnFilesDirectoriesAndNothing) {
   for (const zu::Path& path : {zu::Path(), none}) {
     EXPECT_FALSE(path.Exists() || path.FileExists() || path.IsDirectory()) << path.GetText();
   }
-  EXPECT_TRUE(file.Exists() && file.FileExists() && file.IsFile() && !file.IsDirectory());
-  EXPECT_TRUE(folder.IsDirectory() && folder.DirectoryExists() && !folder.FileExists());
+  EXPECT_TRUE(file.Exists());
+  EXPECT_TRUE(file.FileExists());
+  EXPECT_TRUE(file.IsFile());
+  EXPECT_TRUE(!file.IsDirectory());
+  EXPECT_TRUE(folder.IsDirectory());
+  EXPECT_TRUE(folder.DirectoryExists());
+  EXPECT_TRUE(!folder.FileExists());
   EXPECT_TRUE(zu::Path("/dev/null").FileExists());
-  EXPECT_TRUE(zu::PathFileExists(dir.Path()) && !zu::FileExists(dir.Path()));
-  EXPECT_TRUE(zu::FileExists(file) && !zu::PathFileExists(none));
+  EXPECT_TRUE(zu::PathFileExists(dir.Path()));
+  EXPECT_TRUE(!zu::FileExists(dir.Path()));
+  EXPECT_TRUE(zu::FileExists(file));
+  EXPECT_TRUE(!zu::PathFileExists(none));
 
   EXPECT_EQ(5u, file.GetFileSize());
   EXPECT_EQ(0u, folder.GetFileSize() + none.GetFileSize());
@@ -49,8 +56,8 @@ TEST(PathOperations, QueriesOnFilesDirectoriesAndNothing) {
   // Relative forms go through the file system's view of both paths.
   EXPECT_EQ("f.bin", file.GetPathRelative(zu::Path(dir.Path() + "/x/..")));
   EXPECT_EQ("../f.bin", zu::Path(file).MakePathRelative(zu::Path(dir.File("sub"))).GetFullPath());
-  EXPECT_TRUE(file.IsEquivalent(zu::Path(dir.File("link"))) &&
-              file.IsEquivalent(zu::Path(dir.Path() + "/./f.bin")));
+  EXPECT_TRUE(file.IsEquivalent(zu::Path(dir.File("link"))));
+  EXPECT_TRUE(file.IsEquivalent(zu::Path(dir.Path() + "/./f.bin")));
   EXPECT_FALSE(file.IsEquivalent(folder) || file.IsEquivalent(none));
 }
 
@@ -62,7 +69,8 @@ TEST(PathOperations, ReadOnlyAndHiddenStatus) {
   ASSERT_EQ(0, chmod(file.c_str(), 0444));
   EXPECT_TRUE(path.IsReadOnly());
   path.RemoveReadOnlyStatus();
-  EXPECT_TRUE(boost::filesystem::status(file).permissions() == 0666 && !path.IsReadOnly());
+  EXPECT_TRUE(boost::filesystem::status(file).permissions() == 0666);
+  EXPECT_TRUE(!path.IsReadOnly());
   ASSERT_EQ(0, chmod(file.c_str(), 0500));
   path.RemoveReadOnlyStatus();  // adds the write bits, keeps the others
   EXPECT_EQ(0722, boost::filesystem::status(file).permissions());
@@ -77,14 +85,17 @@ TEST(PathOperations, ReadOnlyAndHiddenStatus) {
     return;
   }
   EXPECT_FALSE(path.IsHidden());  // another value of the attribute is not "hidden"
-  EXPECT_TRUE(path.SetHiddenStatus(true) && path.IsHidden());
+  EXPECT_TRUE(path.SetHiddenStatus(true));
+  EXPECT_TRUE(path.IsHidden());
   char value[4] = {0};
-  EXPECT_TRUE(getxattr(file.c_str(), "user.hidden", value, sizeof(value)) == 1 && value[0] == '1');
+  EXPECT_TRUE(getxattr(file.c_str(), "user.hidden", value, sizeof(value)) == 1);
+  EXPECT_TRUE(value[0] == '1');
   // Already hidden: true without touching it (as an ordinary user the file could not be changed).
   ASSERT_EQ(0, chmod(dir.Path().c_str(), 0755));
   ASSERT_EQ(0, chmod(file.c_str(), 0644));
   EXPECT_EQ(1, qotest::RunAsOrdinaryUser([&] { return path.SetHiddenStatus(true); }));
-  EXPECT_TRUE(path.SetHiddenStatus(false) && !path.IsHidden());
+  EXPECT_TRUE(path.SetHiddenStatus(false));
+  EXPECT_TRUE(!path.IsHidden());
   EXPECT_EQ(-1, getxattr(file.c_str(), "user.hidden", value, sizeof(value)));
 }
 
@@ -92,10 +103,12 @@ TEST(PathOperations, CreateAndEnsureDirectories) {
   qotest::TempDir dir;
   const zu::Path deep(dir.File("a/b/c"));
   EXPECT_FALSE(deep.CreateDirectory() || zu::Path(dir.File("a")).Exists());
-  EXPECT_TRUE(deep.CreateDirectories() && deep.IsDirectory());
-  EXPECT_TRUE(deep.CreateDirectories() && deep.CreateDirectory());
-  EXPECT_TRUE(zu::Path(dir.File("a/b/d")).CreateDirectory() &&
-              zu::Path(dir.File("a/b/d")).IsDirectory());
+  EXPECT_TRUE(deep.CreateDirectories());
+  EXPECT_TRUE(deep.IsDirectory());
+  EXPECT_TRUE(deep.CreateDirectories());
+  EXPECT_TRUE(deep.CreateDirectory());
+  EXPECT_TRUE(zu::Path(dir.File("a/b/d")).CreateDirectory());
+  EXPECT_TRUE(zu::Path(dir.File("a/b/d")).IsDirectory());
   EXPECT_FALSE(zu::Path(dir.File("q?/x")).CreateDirectories());
   EXPECT_FALSE(zu::Path(dir.File("q*")).CreateDirectory());
   EXPECT_FALSE(zu::Path(dir.File("q?")).Exists() || zu::Path(dir.File("q*")).Exists());
@@ -103,8 +116,8 @@ TEST(PathOperations, CreateAndEnsureDirectories) {
   EXPECT_FALSE(zu::Path(dir.File("file/sub")).CreateDirectories());
 
   EXPECT_FALSE(zu::EnsureDirectoryExists(""));
-  EXPECT_TRUE(zu::EnsureDirectoryExists(dir.File("e/f/g/")) &&
-              zu::EnsureDirectoryExists(dir.File("e")));
+  EXPECT_TRUE(zu::EnsureDirectoryExists(dir.File("e/f/g/")));
+  EXPECT_TRUE(zu::EnsureDirectoryExists(dir.File("e")));
   EXPECT_TRUE(zu::Path(dir.File("e/f/g")).IsDirectory());
   // "/" loses its only character to the trailing-separator removal: nothing left to create.
   EXPECT_FALSE(zu::EnsureDirectoryExists("/"));
@@ -114,16 +127,21 @@ TEST(PathOperations, CreateAndEnsureDirectories) {
 TEST(PathOperations, Remove) {
   qotest::TempDir dir;
   const zu::Path tree(dir.File("tree")), file(dir.File("tree/g")), empty(dir.File("emptydir"));
-  ASSERT_TRUE(zu::EnsureDirectoryExists(dir.File("tree/sub")) && empty.CreateDirectory());
+  ASSERT_TRUE(zu::EnsureDirectoryExists(dir.File("tree/sub")));
+  ASSERT_TRUE(empty.CreateDirectory());
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("tree/sub/f"), "x"));
   ASSERT_TRUE(qotest::WriteFileBytes(file, "x"));
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("outside"), "x"));
   EXPECT_FALSE(tree.Remove(false));
-  EXPECT_TRUE(file.Exists() && file.Remove(true) && !file.Exists());
-  EXPECT_TRUE(tree.Remove(true) && !tree.Exists());
+  EXPECT_TRUE(file.Exists());
+  EXPECT_TRUE(file.Remove(true));
+  EXPECT_TRUE(!file.Exists());
+  EXPECT_TRUE(tree.Remove(true));
+  EXPECT_TRUE(!tree.Exists());
   EXPECT_TRUE(zu::Path(dir.File("outside")).Exists());
   EXPECT_FALSE(tree.Remove(true) || tree.Remove(false));
-  EXPECT_TRUE(empty.Remove(false) && !empty.Exists());
+  EXPECT_TRUE(empty.Remove(false));
+  EXPECT_TRUE(!empty.Exists());
 }
 
 TEST(PathOperations, MoveAndCopy) {
@@ -132,13 +150,16 @@ TEST(PathOperations, MoveAndCopy) {
   ASSERT_TRUE(qotest::WriteFileBytes(dir.File("src"), "payload"));
   const zu::Path source = at("src");
   // Onto itself or another name of it: true, nothing done.
-  EXPECT_TRUE(source.Move(source, false) && source.Move(zu::Path(dir.Path() + "//src"), false));
+  EXPECT_TRUE(source.Move(source, false));
+  EXPECT_TRUE(source.Move(zu::Path(dir.Path() + "//src"), false));
   EXPECT_EQ("payload", qotest::ReadFileBytes(dir.File("src")));
   EXPECT_FALSE(at("none").Move(at("x"), true) || at("x").Exists());
   // A rename into a missing directory fails; the copy fallback creates it and keeps the source.
-  EXPECT_TRUE(!source.Move(at("m/moved"), false) && source.Move(at("m/moved"), true));
+  EXPECT_TRUE(!source.Move(at("m/moved"), false));
+  EXPECT_TRUE(source.Move(at("m/moved"), true));
   EXPECT_EQ("payload", qotest::ReadFileBytes(dir.File("m/moved")));
-  EXPECT_TRUE(source.Move(at("renamed"), false) && !source.Exists());
+  EXPECT_TRUE(source.Move(at("renamed"), false));
+  EXPECT_TRUE(!source.Exists());
 
   const zu::Path renamed = at("renamed");
   EXPECT_TRUE(renamed.Copy(at("c/d/copy"), nullptr));  // missing directories are created
@@ -147,17 +168,20 @@ TEST(PathOperations, MoveAndCopy) {
   EXPECT_FALSE(renamed.Copy(at("existing"), nullptr) || at("none").Copy(at("n2"), nullptr));
   EXPECT_EQ("old", qotest::ReadFileBytes(dir.File("existing")));
   // A directory is copied as an empty directory, a link as a link.
-  EXPECT_TRUE(at("c").Copy(at("c2"), nullptr) && at("c2").IsDirectory() && !at("c2/d").Exists());
+  EXPECT_TRUE(at("c").Copy(at("c2"), nullptr));
+  EXPECT_TRUE(at("c2").IsDirectory());
+  EXPECT_TRUE(!at("c2/d").Exists());
   ASSERT_EQ(0, symlink("renamed", dir.File("ln").c_str()));
-  EXPECT_TRUE(at("ln").Copy(at("ln2"), nullptr) &&
-              boost::filesystem::read_symlink(dir.File("ln2")) == "renamed");
+  EXPECT_TRUE(at("ln").Copy(at("ln2"), nullptr));
+  EXPECT_TRUE(boost::filesystem::read_symlink(dir.File("ln2")) == "renamed");
 
   // Progress goes 0..100 whatever the outcome; cancellation is never asked.
   const std::vector<std::string> expected = {"range 0 100", "pos 0", "pos 100"};
   RecordingProgress good, bad;
   EXPECT_TRUE(renamed.Copy(at("p"), &good));
   EXPECT_FALSE(zu::Path().FsPathCopy(renamed, at("existing"), &bad));
-  EXPECT_TRUE(good.calls == expected && bad.calls == expected);
+  EXPECT_TRUE(good.calls == expected);
+  EXPECT_TRUE(bad.calls == expected);
 }
 
 }  // namespace

@@ -27,11 +27,13 @@ TEST(PathValue, KeepsTextComparesBytewiseAndMovesWithoutCopying) {
   zu::Path path("a//B/./c/");
   EXPECT_EQ("a//B/./c/", static_cast<CStdStr>(path));
   EXPECT_FALSE(zu::Path("A/b") == zu::Path("a/b") || zu::Path("a/b") == zu::Path("a/b/"));
-  EXPECT_TRUE(zu::Path("ab") < zu::Path("abc") && !(zu::Path("abc") < zu::Path("ab")));
+  EXPECT_TRUE(zu::Path("ab") < zu::Path("abc"));
+  EXPECT_TRUE(!(zu::Path("abc") < zu::Path("ab")));
   EXPECT_TRUE(zu::Path("z") < zu::Path("\xc3\xa9"));  // unsigned bytes: UTF-8 after ASCII
   EXPECT_TRUE(path.Clear().IsEmpty());
   path.SetFullPath("//y");
-  EXPECT_TRUE(path.GetFullPath() == "//y" && zu::Path::GetNameSeparator() == "/");
+  EXPECT_TRUE(path.GetFullPath() == "//y");
+  EXPECT_TRUE(zu::Path::GetNameSeparator() == "/");
   EXPECT_EQ("p/q", zu::Path(new zu::FsPath("p/q")).GetFullPath());
   EXPECT_TRUE(zu::Path(static_cast<zu::FsPath*>(nullptr)).IsEmpty());
 
@@ -40,12 +42,14 @@ TEST(PathValue, KeepsTextComparesBytewiseAndMovesWithoutCopying) {
   zu::Path a("first"), b("second");
   const zu::FsPath *objectA = &a.GetFsPath(), *objectB = &b.GetFsPath();
   a = std::move(b);
-  EXPECT_TRUE(objectB == &a.GetFsPath() && objectA == &b.GetFsPath());
+  EXPECT_TRUE(objectB == &a.GetFsPath());
+  EXPECT_TRUE(objectA == &b.GetFsPath());
   zu::Path c(std::move(a));
   EXPECT_EQ(objectB, &c.GetFsPath());
   EXPECT_TRUE(a.IsEmpty());  // moved from: empty, and can be assigned again
   a = c;
-  EXPECT_TRUE(a.GetFullPath() == "second" && &a.GetFsPath() != &c.GetFsPath());
+  EXPECT_TRUE(a.GetFullPath() == "second");
+  EXPECT_TRUE(&a.GetFsPath() != &c.GetFsPath());
   std::map<zu::Path, int> ordered{{zu::Path("b"), 2}, {zu::Path("a"), 1}};
   EXPECT_EQ("a", ordered.begin()->first.GetFullPath());
 }
@@ -53,19 +57,22 @@ TEST(PathValue, KeepsTextComparesBytewiseAndMovesWithoutCopying) {
 TEST(PathValue, Components) {
   zu::Path path("/music/take.01.wav");
   EXPECT_EQ("/music", path.GetParent());
-  EXPECT_TRUE(path.GetName() == "take.01.wav" && path.GetFileNameOnly() == "take.01");
-  EXPECT_TRUE(path.GetFileExtension() == ".wav" && path.GetRootName().empty());
-  EXPECT_TRUE(zu::Path("a/b/").GetFileName() == "." &&
-              zu::Path("noext").GetFileExtension().empty());
+  EXPECT_TRUE(path.GetName() == "take.01.wav");
+  EXPECT_TRUE(path.GetFileNameOnly() == "take.01");
+  EXPECT_TRUE(path.GetFileExtension() == ".wav");
+  EXPECT_TRUE(path.GetRootName().empty());
+  EXPECT_TRUE(zu::Path("a/b/").GetFileName() == ".");
+  EXPECT_TRUE(zu::Path("noext").GetFileExtension().empty());
   EXPECT_EQ("//host", zu::Path("//host/share/x").GetDrive());
   for (const auto& c : {std::make_pair("a//b/c", "a"), {"abc", "abc"}, {"/a/b", ""}}) {
     EXPECT_EQ(c.second, zu::Path(c.first).GetTopFolderPath()) << c.first;
   }
   // Not an existing directory: its parent. An existing directory: itself.
   const zu::Path file("/no/such/dir/x/f.wav"), tmp("/tmp");
-  EXPECT_TRUE(file.GetFileDirectory(false) == "/no/such/dir/x" &&
-              file.GetDirectory(true) == "/no/such/dir/x/");
-  EXPECT_TRUE(tmp.GetFileDirectory(true) == "/tmp/" && tmp.GetFileDirectory(false) == "/tmp");
+  EXPECT_TRUE(file.GetFileDirectory(false) == "/no/such/dir/x");
+  EXPECT_TRUE(file.GetDirectory(true) == "/no/such/dir/x/");
+  EXPECT_TRUE(tmp.GetFileDirectory(true) == "/tmp/");
+  EXPECT_TRUE(tmp.GetFileDirectory(false) == "/tmp");
   EXPECT_EQ("", zu::Path().GetFileDirectory(true));
 }
 
@@ -91,13 +98,15 @@ TEST(PathValue, JoinCombineAppendPrepend) {
   const auto join = [](std::initializer_list<CStdStr> parts) {
     return zu::Path::Join(parts).GetFullPath();
   };
-  EXPECT_TRUE(join({}) == "/" && join({"", ""}) == "/");
+  EXPECT_TRUE(join({}) == "/");
+  EXPECT_TRUE(join({"", ""}) == "/");
   EXPECT_EQ("C:/x", join({"C:", "x"}));
   EXPECT_EQ("a/b", join({"a/", "/b"}));
-  EXPECT_TRUE(join({"a", "b/"}) == "a/b/" && join({"a", "b//"}) == "a/b/");  // one survives
+  EXPECT_TRUE(join({"a", "b/"}) == "a/b/");
+  EXPECT_TRUE(join({"a", "b//"}) == "a/b/");  // one survives
   EXPECT_EQ("/r/a/b", join({"/r", "", "a", "b"}));
-  EXPECT_TRUE(zu::Path::Combine({"a", "..", "b"}) == zu::Path("b") &&
-              zu::Path::Combine({"x/./", "y/"}) == zu::Path("x/y/"));
+  EXPECT_TRUE(zu::Path::Combine({"a", "..", "b"}) == zu::Path("b"));
+  EXPECT_TRUE(zu::Path::Combine({"x/./", "y/"}) == zu::Path("x/y/"));
   zu::Path path("dir");
   EXPECT_EQ("dir/f.wav", path.Append("f.wav").GetFullPath());
   EXPECT_EQ("/root/dir/f.wav", path.Prepend("/root/").GetFullPath());
@@ -105,7 +114,8 @@ TEST(PathValue, JoinCombineAppendPrepend) {
   zu::Path::ConcatenatePart("", acc);
   zu::Path::ConcatenatePart("D:", acc);
   EXPECT_EQ("D:/", acc->native());
-  EXPECT_TRUE(zu::Path::ConcatenateFinalize(acc, true, false) == zu::Path("D:/") && !acc);
+  EXPECT_TRUE(zu::Path::ConcatenateFinalize(acc, true, false) == zu::Path("D:/"));
+  EXPECT_TRUE(!acc);
 }
 
 // Checks `test` is true for every text of `yes` and false for every text of `no`.

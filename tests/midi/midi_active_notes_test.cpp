@@ -12,9 +12,12 @@ TEST(MidiActiveNotes, GrowsRecyclesAndKeepsNoteOnOrder) {
   for (int round = 0; round < 2; ++round) {  // the second round runs on recycled nodes
     for (int i = 0; i < 5000; ++i) ASSERT_TRUE(notes.PushBack(uint8_t(i % 128), uint8_t(i % 3)));
     notes.RemoveChannel(1);
-    ASSERT_TRUE(notes.RemoveFirst(40, 2) && !notes.RemoveFirst(40, 1));  // 40/2: number 296
+    ASSERT_TRUE(notes.RemoveFirst(40, 2));
+    ASSERT_TRUE(!notes.RemoveFirst(40, 1));  // 40/2: number 296
     EXPECT_EQ(notes.Size(), 5000u - 1667u - 1u);
-    ASSERT_TRUE(notes.PopFront(pair) && pair.note == 0 && pair.channel == 0);
+    ASSERT_TRUE(notes.PopFront(pair));
+    ASSERT_TRUE(pair.note == 0);
+    ASSERT_TRUE(pair.channel == 0);
     int i = 1;  // number 0 was popped
     notes.ForEach([&](const QoMidiNoteChanPair& p) {
       while (i % 3 == 1 || i == 296) ++i;

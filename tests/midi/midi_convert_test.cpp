@@ -102,7 +102,8 @@ TEST(MidiConvert, WritesTheExactStream) {
     EXPECT_EQ(MidiToHex(result.bytes),
               MidiToHex(qotest::MidiStreamHeader(c.division, c.tempo) + MidiHex(c.events)))
         << c.what;
-    EXPECT_TRUE(result.info.valid && result.info.tempo == c.tempo) << c.what;
+    EXPECT_TRUE(result.info.valid) << c.what;
+    EXPECT_TRUE(result.info.tempo == c.tempo) << c.what;
     EXPECT_EQ(result.info.numEvents, c.numEvents) << c.what;
     EXPECT_EQ(result.info.lengthTicks, c.lengthTicks) << c.what;
     EXPECT_EQ(result.info.division, uint32_t(c.division)) << c.what;

@@ -61,8 +61,10 @@ void CheckAgainstMido(const std::string& dir, const std::string& name, bool exac
   QoMidiFile midi;
   QoMidiInfo info{};
   std::vector<QoMidiFile::QoMidiFileEvent> events;
-  ASSERT_TRUE(midi.Open(dir + "/" + name + ".mid") == 1 && midi.Validate() == 1 &&
-              midi.GetMidiInfo(info) && midi.GetEvents(events) == 1);
+  ASSERT_TRUE(midi.Open(dir + "/" + name + ".mid") == QO::k_resultSuccess);
+  ASSERT_TRUE(midi.Validate() == QO::k_resultSuccess);
+  ASSERT_TRUE(midi.GetMidiInfo(info));
+  ASSERT_TRUE(midi.GetEvents(events) == QO::k_resultSuccess);
   EXPECT_EQ(info.division, totals.at("division"));
 
   const double secondsPerTick = 60.0 / (info.tempo * info.division);

@@ -46,14 +46,20 @@ TEST(MidiStructure, AcceptsFormatsZeroAndOneAndRejectsBadHeadersChunkLayoutsAndC
             1003480u);
   const QoMidiTrack* t = parser.GetTracks();
   ASSERT_NE(t, nullptr);
-  EXPECT_TRUE(t[0].start == data.data() + 22 && t[0].end == data.data() + 26);
-  EXPECT_TRUE(t[1].trackIndex == 1 && !t[1].start && !t[1].end);  // not "MTrk"
-  EXPECT_TRUE(t[2].trackIndex == 2 && !t[2].start && !t[2].end);  // length 0
-  EXPECT_EQ(parser.Validate(), 0u);
+  EXPECT_TRUE(t[0].start == data.data() + 22);
+  EXPECT_TRUE(t[0].end == data.data() + 26);
+  EXPECT_TRUE(t[1].trackIndex == 1);
+  EXPECT_TRUE(!t[1].start);
+  EXPECT_TRUE(!t[1].end);             // not "MTrk"
+  EXPECT_TRUE(t[2].trackIndex == 2);  // length 0
+  EXPECT_TRUE(!t[2].start);
+  EXPECT_TRUE(!t[2].end);
+  EXPECT_EQ(parser.Validate(), QoMidiParseAt::k_validateOk);
   // Division 0 passes the structure check but not Validate; a bad structure is reported first.
   const std::string zero = OneTrack(MidiHex("00 FF 2F 00"), 0);
   parser.SetBuffer(reinterpret_cast<const unsigned char*>(zero.data()), unsigned(zero.size()));
-  EXPECT_TRUE(parser.GetFlags() == 3 && parser.Validate() == 4);
+  EXPECT_TRUE(parser.GetFlags() == 3);
+  EXPECT_TRUE(parser.Validate() == QoMidiParseAt::k_validateZeroDivision);
   EXPECT_EQ(miditest::ValidateBytes(MidiHeader(2, 1, 0) + k_endTrack), 2u);
 
   const std::string good = MidiHeader(0, 1, 96) + k_endTrack;
@@ -69,7 +75,7 @@ TEST(MidiStructure, AcceptsFormatsZeroAndOneAndRejectsBadHeadersChunkLayoutsAndC
   for (const auto& [what, smf] : bad) {
     parser.SetBuffer(reinterpret_cast<const unsigned char*>(smf.data()), unsigned(smf.size()));
     EXPECT_EQ(parser.GetFlags(), QoMidiParseAt::k_flagStructureChecked) << what;
-    EXPECT_EQ(parser.Validate(), 2u) << what;
+    EXPECT_EQ(parser.Validate(), QoMidiParseAt::k_validateFailed) << what;
     QoMidiInfo info{true, 0, 0, 0, 0};
     EXPECT_FALSE(parser.GetMidiInfo(info) || info.valid || miditest::Convert(smf).ok) << what;
   }
@@ -150,7 +156,9 @@ TEST(MidiWalk, ReportsConvertedEventsInOrderUntilReset) {
   EXPECT_FALSE(parser.ResetNextEvent() || Walk(parser) != "");
   parser.SetBuffer(data.data(), static_cast<unsigned int>(data.size()));
   EXPECT_EQ(Walk(parser), "");  // not converted yet
-  ASSERT_TRUE(parser.Validate() == 0 && parser.ResetNextEvent() && parser.GetFlags() == 7);
+  ASSERT_EQ(parser.Validate(), QoMidiParseAt::k_validateOk);
+  ASSERT_TRUE(parser.ResetNextEvent());
+  ASSERT_EQ(parser.GetFlags(), 7u);
   // Velocity 0 reads as a note off; after a 2-byte event the next delta shows as second byte.
   const std::string expected =
       "90 03 3C 64 +0; 80 03 3C 00 +10; E0 03 00 40 +2; C0 04 11 01 +200; FF 0F 2F 00 +1; ";
@@ -158,14 +166,16 @@ TEST(MidiWalk, ReportsConvertedEventsInOrderUntilReset) {
   ASSERT_TRUE(parser.ResetNextEvent());
   EXPECT_EQ(Walk(parser), expected);
   QoMidiInfo info{};
-  ASSERT_TRUE(parser.GetMidiInfo(info) && info.valid);
+  ASSERT_TRUE(parser.GetMidiInfo(info));
+  ASSERT_TRUE(info.valid);
   EXPECT_EQ(info.division * 1000000 + info.numEvents * 1000 + info.lengthTicks, 96005213u);
 
   // A new buffer clears the structure flags only: the earlier stream stays until Reset.
   const std::string second = OneTrack(MidiHex("00 C0 01 00 FF 2F 00"), 48);
   std::vector<unsigned char> b(second.begin(), second.end());
   parser.SetBuffer(b.data(), static_cast<unsigned int>(b.size()));
-  ASSERT_TRUE(parser.GetFlags() == 7 && parser.ResetNextEvent());
+  ASSERT_TRUE(parser.GetFlags() == 7);
+  ASSERT_TRUE(parser.ResetNextEvent());
   EXPECT_EQ(Walk(parser), expected);
   parser.Reset();
   EXPECT_FALSE(parser.GetFlags() != 0 || parser.GetMidiInfo(info));
@@ -173,7 +183,7 @@ TEST(MidiWalk, ReportsConvertedEventsInOrderUntilReset) {
   ASSERT_TRUE(parser.GetMidiInfo(info));
   EXPECT_EQ(info.division * 1000000 + info.numEvents * 1000 + info.lengthTicks, 48002001u);
   parser.SetBuffer(nullptr, 10);  // leaves the parser without a buffer
-  EXPECT_EQ(parser.Validate(), 2u);
+  EXPECT_EQ(parser.Validate(), QoMidiParseAt::k_validateFailed);
 }
 
 TEST(MidiWalk, SeekNextEventStepsAndStopsAtMalformedEvents) {

@@ -1,3 +1,4 @@
+// Base64 encoding and decoding, with and without the vector loops.
 #include <qobase/streams/base64.h>
 
 #include <gtest/gtest.h>

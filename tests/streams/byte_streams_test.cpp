@@ -1,4 +1,6 @@
+// The byte sources and sinks, the hashing sink and the simple read stream.
 #include <gtest/gtest.h>
+#include <qobase/result_code.h>
 #include <qobase/streams/byte_streams.h>
 #include <qobase/streams/plugin_mem_alloc.h>
 #include <qobase/streams/simple_stream.h>
@@ -63,7 +65,7 @@ TEST(WriteBytesMem, GrowsInStepsOf1024AndDetaches) {
   EXPECT_EQ('q', buffer.Bytes()[0]);
 }
 
-TEST(HashBytes, Fnv1) {
+TEST(HashBytes, HashesFnv1AlikeWholeOrInPiecesFromTheGivenSeed) {
   int written = 0;
   HashBytes a(2166136261u), whole(2166136261u), parts(2166136261u), seeded(0);
   EXPECT_TRUE(a.WriteBytes("a", 1, written));
@@ -105,18 +107,18 @@ TEST(QoSimpleStreamStdio, ReadsPositionsAndSizes) {
   QoSimpleStreamStdio stream;
   void* data = nullptr;
   unsigned int read = 9;
-  EXPECT_EQ(2u, stream.Read(4, data, read));  // nothing open
+  EXPECT_EQ(QO::k_resultFailure, stream.Read(4, data, read));  // nothing open
   EXPECT_FALSE(stream.Open(dir.File("missing.bin")));
   ASSERT_TRUE(stream.Open(dir.File("s.bin")));
-  EXPECT_EQ(45u, stream.Read(10, data, read));
+  EXPECT_EQ(QO::k_resultAllDataDelivered, stream.Read(10, data, read));
   EXPECT_EQ(10u, read);
   EXPECT_EQ(9, static_cast<const char*>(data)[9]);
-  EXPECT_EQ(1u, stream.SetPosition(100));
-  EXPECT_EQ(2u, stream.Read(100, data, read));
+  EXPECT_EQ(QO::k_resultSuccess, stream.SetPosition(100));
+  EXPECT_EQ(QO::k_resultFailure, stream.Read(100, data, read));
   EXPECT_EQ(30u, read);
   EXPECT_EQ(100, static_cast<const unsigned char*>(data)[0]);
   unsigned long long size = 0;
-  EXPECT_EQ(1u, stream.GetFileSize(size));
+  EXPECT_EQ(QO::k_resultSuccess, stream.GetFileSize(size));
   EXPECT_EQ(130u, size);
   EXPECT_EQ(130, stream.GetPosition());  // the size query puts the position back
 }

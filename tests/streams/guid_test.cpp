@@ -1,3 +1,4 @@
+// GUID text forms: writing, parsing and refusing malformed text.
 #include <qobase/streams/guid.h>
 
 #include <gtest/gtest.h>

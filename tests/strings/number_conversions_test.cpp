@@ -1,3 +1,4 @@
+// Number, boolean, size and date conversions to and from text.
 #include <qobase/strings/number_conversions.h>
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// The regular-expression helpers and wildcard matching.
 #include <qobase/strings/regex_helpers.h>
 
 #include <gtest/gtest.h>

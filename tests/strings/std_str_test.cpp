@@ -1,3 +1,4 @@
+// CStdStr's added operations.
 #include <qobase/strings/std_str.h>
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// The StringHelp text operations.
 #include <qobase/strings/string_help.h>
 
 #include <gtest/gtest.h>

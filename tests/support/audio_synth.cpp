@@ -1,3 +1,4 @@
+// Synthesised samples written through the library's WAV writer, for the analysis tests.
 #include "support/audio_synth.h"
 
 #include <qobase/audio/wav_file_writer.h>

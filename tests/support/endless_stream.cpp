@@ -1,3 +1,4 @@
+// Streams that never end and a watchdog, for the tests that every walk stops.
 #include "support/endless_stream.h"
 
 #include <fcntl.h>

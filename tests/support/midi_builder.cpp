@@ -1,3 +1,4 @@
+// Standard MIDI Files built byte by byte from lists of events.
 #include "support/midi_builder.h"
 
 #include <cstdio>

@@ -1,25 +1,19 @@
 // A fresh directory under the system's temporary folder, removed with everything in it when the
-// object goes out of scope. Every test that touches the disk makes its own.
+// object goes out of scope, and whole-file helpers for fixtures. Every test that touches the disk
+// makes its own directory.
 #pragma once
 
 #include <string>
 
+#include "internal/scratch_folder.h"
+
 namespace qotest {
 
-class TempDir {
+// The scratch folder every test uses: "qobase-test-XXXXXX" in the system's temporary folder.
+class TempDir : public qobase_internal::ScratchFolder {
  public:
+  // Throws std::runtime_error when the directory cannot be made, which fails the test.
   TempDir();
-  ~TempDir();
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-
-  // The directory's absolute path, without a trailing slash.
-  const std::string& Path() const { return m_path; }
-  // Path() + "/" + name.
-  std::string File(const std::string& name) const;
-
- private:
-  std::string m_path;
 };
 
 // Whole-file helpers for building and checking fixtures.

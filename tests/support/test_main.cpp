@@ -1,3 +1,4 @@
+// The entry point of every test program: the classic locale, then every test.
 #include <gtest/gtest.h>
 
 #include <clocale>

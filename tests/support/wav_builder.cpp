@@ -1,3 +1,4 @@
+// WAVE files built byte by byte, in either byte order.
 #include "support/wav_builder.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// Short forms of the WAVE builders for the chunk editor tests.
 #include "wav_edit_fixtures.h"
 
 #include <qobase/audio/wav_file_reader.h>
@@ -47,7 +48,8 @@ std::string Written(QoFormatChunkBase& chunk, bool swap) {
   unsigned int code = QO::k_chunkSuccess;
   {
     zu::File out;
-    if (out.Open(zu::Path(dir.File("out.bin")), k_openModeWrite, 0) != 1) return "open failed";
+    if (out.Open(zu::Path(dir.File("out.bin")), k_openModeWrite, 0) != QO::k_resultSuccess)
+      return "open failed";
     code = chunk.WriteToFile(out, swap);
   }
   const std::string bytes = ReadFileBytes(dir.File("out.bin"));
@@ -91,7 +93,7 @@ bool WriteKeepingEverything(QoWavFile& wav, const std::string& path, bool swap) 
 
 ReadBack::ReadBack(const std::string& path, unsigned int channels) {
   QoWavFileReader reader;
-  ok = reader.Open(zu::Path(path)) && reader.ReadChunks(0x1F);
+  ok = reader.Open(zu::Path(path)) && reader.ReadChunks(QO::k_chunksAll);
   if (!ok) return;
   for (const QO_WAVE_MARKER& m : reader.GetMarkers()) {
     markers.push_back(std::to_string(m.ID) + "@" + std::to_string(m.position) + ":" +

@@ -37,8 +37,10 @@ TEST(Environment, ExecutablePathIsThisProgramResolved) {
   ASSERT_NE(nullptr, realpath(executable.GetText().c_str(), resolved));
   EXPECT_EQ(executable.GetText(), resolved);
   struct stat self, found;
-  ASSERT_TRUE(stat("/proc/self/exe", &self) == 0 && stat(resolved, &found) == 0);
-  EXPECT_TRUE(self.st_ino == found.st_ino && self.st_dev == found.st_dev);
+  ASSERT_TRUE(stat("/proc/self/exe", &self) == 0);
+  ASSERT_TRUE(stat(resolved, &found) == 0);
+  EXPECT_TRUE(self.st_ino == found.st_ino);
+  EXPECT_TRUE(self.st_dev == found.st_dev);
 }
 
 }  // namespace

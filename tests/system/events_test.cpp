@@ -118,7 +118,8 @@ TEST(Events, AutoResetWakesTheOldestGroupWaiterManualResetWakesAll) {
   third.join();
   EXPECT_EQ(1, younger.index);
   EXPECT_EQ(0, third.index);
-  EXPECT_TRUE(gate.Take() && gate.Take());
+  EXPECT_TRUE(gate.Take());
+  EXPECT_TRUE(gate.Take());
 }
 
 TEST(Events, TimedOutGroupWaitLeavesNoEntryThatSwallowsASignal) {

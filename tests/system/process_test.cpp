@@ -64,8 +64,8 @@ TEST(CommandLine, ProgramIsFoundAsTheRegularExpressionsFindIt) {
 TEST(CommandLine, ProgramMustBeAnExecutableRegularFile) {
   qotest::TempDir dir;
   const std::string script = dir.File("run.sh"), plain = dir.File("plain.sh");
-  ASSERT_TRUE(qotest::WriteFileBytes(script, "#!/bin/sh\n") &&
-              qotest::WriteFileBytes(plain, "#!/bin/sh\n"));
+  ASSERT_TRUE(qotest::WriteFileBytes(script, "#!/bin/sh\n"));
+  ASSERT_TRUE(qotest::WriteFileBytes(plain, "#!/bin/sh\n"));
   ASSERT_EQ(0, chmod(script.c_str(), 0755));
   const std::pair<std::string, bool> cases[] = {{"/bin/echo hello", true},
                                                 {"echo hello", false},
@@ -83,7 +83,8 @@ TEST(CommandLine, ProgramMustBeAnExecutableRegularFile) {
   }
   zu::Process process{-77, 99};  // an invalid command line leaves the record untouched
   EXPECT_FALSE(zu::CreateProcess("echo hello", process, false));
-  EXPECT_TRUE(process.pid == -77 && process.reserved == 99);
+  EXPECT_TRUE(process.pid == -77);
+  EXPECT_TRUE(process.reserved == 99);
 }
 
 TEST(Process, ExitCodesOfExitSignalAndStop) {
@@ -94,7 +95,8 @@ TEST(Process, ExitCodesOfExitSignalAndStop) {
                                               {"/bin/sh -c 'exit 3'", 3},
                                               {"/bin/sh -c 'exit 300'", 44}}) {
     ASSERT_TRUE(zu::CreateProcess(commandLine, process, false));
-    EXPECT_TRUE(process.pid > 0 && process.reserved == 0);
+    EXPECT_TRUE(process.pid > 0);
+    EXPECT_TRUE(process.reserved == 0);
     EXPECT_EQ(expected, zu::WaitForProcess(process, code));
     EXPECT_EQ(expected, code);
     EXPECT_TRUE(IsReaped(process.pid));
@@ -200,7 +202,8 @@ TEST(Process, PipesBothWaysBeyondThePipeBuffer) {
 }
 
 TEST(Process, DescriptorHelpersAndInheritedStreams) {
-  EXPECT_TRUE(zu::GetCurrentProcessId() == getpid() && zu::GetCurrentProcess() == getpid());
+  EXPECT_TRUE(zu::GetCurrentProcessId() == getpid());
+  EXPECT_TRUE(zu::GetCurrentProcess() == getpid());
   Pipe made;
   int copy = -5, none = -1, unchanged = -9;
   ASSERT_GE(zu::DuplicateProcessIORedirectHandle(made.writeEnd, copy), 0);
@@ -209,7 +212,8 @@ TEST(Process, DescriptorHelpersAndInheritedStreams) {
   }
   const int kept = copy;
   zu::CloseProcessIORedirectHandle(copy);
-  EXPECT_TRUE(copy == kept && fcntl(copy, F_GETFD) == -1);
+  EXPECT_TRUE(copy == kept);
+  EXPECT_TRUE(fcntl(copy, F_GETFD) == -1);
   zu::CloseProcessIORedirectHandle(none);
   EXPECT_EQ(-1, zu::DuplicateProcessIORedirectHandle(none, unchanged));
   EXPECT_EQ(-9, unchanged);

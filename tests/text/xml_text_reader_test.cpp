@@ -1,3 +1,4 @@
+// The XML pull reader: nodes, attributes, text and malformed documents.
 #include <qobase/text/xml_text_reader.h>
 #include <qobase/text/xml_validation.h>
 

@@ -1,3 +1,4 @@
+// XML schema validation of files and memory, and its error reports.
 #include <qobase/text/xml_validation.h>
 
 #include <gtest/gtest.h>

@@ -14,6 +14,10 @@ constexpr unsigned int k_chunkData = 0x2;
 constexpr unsigned int k_chunkSmpl = 0x4;
 constexpr unsigned int k_chunkCue = 0x8;
 constexpr unsigned int k_chunkLIST = 0x10;
+// The two chunks every reader needs, the three that carry markers, and all five.
+constexpr unsigned int k_chunksFormatAndData = k_chunkFmt | k_chunkData;
+constexpr unsigned int k_chunksMarkers = k_chunkSmpl | k_chunkCue | k_chunkLIST;
+constexpr unsigned int k_chunksAll = k_chunksFormatAndData | k_chunksMarkers;
 }  // namespace QO
 
 class QoAudioFileReader {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <qobase/audio/audio_file_reader.h>
+#include <qobase/result_code.h>
 #include <qobase/streams/plugin_mem_alloc.h>
 #include <qobase/streams/simple_stream.h>
 
@@ -20,18 +21,20 @@ class QoCAFReader {
   QoCAFReader(const QoCAFReader&) = delete;
   QoCAFReader& operator=(const QoCAFReader&) = delete;
 
-  // Reads from stream (not owned). Returns 1.
-  unsigned int Init(IQoSimpleStream* stream);
+  // Reads from stream (not owned). Returns QO::k_resultSuccess.
+  QO::ResultCode Init(IQoSimpleStream* stream);
 
-  // Runs the chunk walk up to the "data" chunk and leaves the stream at the first sample. 1 on
-  // success (also when called again), 2 for a malformed file, one that ends early or a chunk
-  // head read past the stream's size (a pipe, a device: their walk ends at once), 7 for a
-  // matrix that does not fit the channels or a second matrix, 52 when the matrix cannot be
-  // allocated, or a code returned by the stream or by OnUnknownChunk.
+  // Runs the chunk walk up to the "data" chunk and leaves the stream at the first sample.
+  // QO::k_resultSuccess on success (also when called again), k_resultFailure for a malformed
+  // file, one that ends early or a chunk head read past the stream's size (a pipe, a device:
+  // their walk ends at once), k_resultInvalidFile for a matrix that does not fit the channels or
+  // a second matrix, k_resultOutOfMemory when the matrix cannot be allocated, or a code returned
+  // by the stream or by OnUnknownChunk.
   unsigned int ReadChunks();
 
   // Called with the body of every chunk the reader does not know and the number of body bytes
-  // read (the low 32 bits of the size the file claims); anything but 1 stops the walk with
+  // read (the low 32 bits of the size the file claims); anything but QO::k_resultSuccess stops
+  // the walk with
   // that result.
   virtual unsigned int OnUnknownChunk(void* body, long long size);
 
@@ -99,7 +102,7 @@ class QoCAFFileReader : public QoAudioFileReader {
   unsigned int GetLoopStartFrame() const override { return 0; }
   unsigned int GetLoopEndFrame() const override { return 0; }
   unsigned int GetNumFrames() const override;
-  // Positions the stream at frame; 1, or 2 without a file.
+  // Positions the stream at frame; QO::k_resultSuccess, or k_resultFailure without a file.
   long long SeekToAudioFrame(unsigned int frame) override;
   // Reads frames as float; with a matrix, the stored channels are mixed to the matrix outputs.
   unsigned int ReadPCMDataAsFloat32(unsigned int frames, float* out) override;

@@ -2,8 +2,9 @@
 // finds its chunk in a file (Init), keeps its own handle on that file's stream so it can read
 // its body later, and writes itself out again, either into a new file or in place.
 //
-// The write and update operations return a chunk result code (QO::ChunkResult): 0 success,
-// 1 failure (also for a chunk that is not valid), 2 a write failed because the device is full.
+// The write and update operations return a chunk result code (QO::ChunkResult): k_chunkSuccess
+// (0), k_chunkFailure (1, also for a chunk that is not valid), k_chunkOutOfSpace (2, a write
+// failed because the device is full). Unlike the library's result codes, success is 0 here.
 #pragma once
 
 #include <qobase/audio/wave_format.h>
@@ -92,8 +93,6 @@ class QoFormatChunkBase {
   // has there, and the stream writes in place (CanRewrite), so nothing outside the chunk is
   // ever touched.
   unsigned int RewriteInPlace(bool swap);
-  // Converts a u32 read from the file to host order.
-  uint32_t FromFile(uint32_t value) const;
 
   RIFFHEADER m_header;
   uint32_t m_dataOffset;

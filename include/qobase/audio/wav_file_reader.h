@@ -86,7 +86,6 @@ class QoWavFileReader : public QoAudioFileReader {
   bool ReadCueChunk(uint32_t size);
   bool ReadListChunk(uint32_t size);
   bool Skip(long long bytes);
-  uint32_t Swap(uint32_t v) const;
   void FreeMarkers();
   // Reads n frames of sample bytes into the read buffer; the bytes read.
   unsigned int ReadFrames(unsigned int n);

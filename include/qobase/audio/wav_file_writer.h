@@ -6,11 +6,12 @@
 //   writer.Open(path, false);
 //   writer.SetFormat(format);
 //   writer.SetMarkers(markers);
-//   writer.WriteChunks(0x1C);          // "smpl", "cue ", "LIST" besides "fmt " and "data"
+//   writer.WriteChunks(QO::k_chunksMarkers);  // "smpl", "cue ", "LIST" besides "fmt ", "data"
 //   writer.WriteReal32AsPCMData(frames, samples);
 //   writer.Close();
 #pragma once
 
+#include <qobase/audio/audio_file_reader.h>  // the chunk flags of WriteChunks
 #include <qobase/audio/wave_format.h>
 #include <qobase/files/file.h>
 #include <qobase/files/path.h>
@@ -69,7 +70,6 @@ class QoWavFileWriter {
   const void* GetFmtEx() const;
 
  private:
-  uint32_t ToFile(uint32_t v) const;
   bool WriteSamples(const void* bytes, size_t size, unsigned int frames);
   void FreeMarkers();
   unsigned int BlockAlign() const;

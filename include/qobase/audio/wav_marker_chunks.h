@@ -31,19 +31,21 @@ class QoCueChunk : public QoFormatChunkBase {
   // Shifts every cue by `offset` and rounds it to the nearest multiple of `alignment` (an
   // exact half rounds down), a rounded-up position limited to `maxPosition`. Alignment 0 only
   // shifts. (0, 512, 100000): 1280 -> 1024, 1300 -> 1536.
-  virtual void AdjustCuesPosition(unsigned int offset, unsigned int alignment, unsigned int maxPosition);
+  virtual void AdjustCuesPosition(unsigned int offset, unsigned int alignment,
+                                  unsigned int maxPosition);
   virtual void GetCuesVector(std::vector<WAV_CUE>& cues) const;
   // Appends a cue at frame `position` with the next free ID (one above the highest so far) and
   // returns that ID; an invalid chunk becomes a valid one. On an empty chunk: ID 1, size 28.
   virtual unsigned int AddCue(unsigned int position);
   // Multiplies every position by `ratio` (rounded to nearest, halves away from zero), limits it
-  // to numFrames - 1, and rewrites the chunk in place. 1 when not valid, when the chunk no
-  // longer has its size in the file, or when the file was not opened for writing.
+  // to numFrames - 1, and rewrites the chunk in place. QO::k_chunkFailure when not valid, when the
+  // chunk no longer has its size in the file, or when the file was not opened for writing.
   virtual unsigned int UpdateCueInfo(double ratio, unsigned int numFrames, bool swap);
 
   // Keeps the cues with start <= position <= start + length, moved back by start; removes the
   // others, calling `onRemoved` with each removed ID (std::bad_function_call if it is empty).
-  void TrimCues(unsigned int start, unsigned int length, const std::function<void(unsigned int)>& onRemoved);
+  void TrimCues(unsigned int start, unsigned int length,
+                const std::function<void(unsigned int)>& onRemoved);
   // Stable sort by position.
   void SortCues();
 
@@ -70,13 +72,15 @@ class QoListChunk : public QoFormatChunkBase {
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
   // A "LIST" whose body starts with "adtl".
   bool IsValidChunk(const RIFFHEADER& header, unsigned int dataOffset) override;
-  // Appends a label (the text and its NUL); an invalid chunk becomes a valid one. Returns 0.
+  // Appends a label (the text and its NUL); an invalid chunk becomes a valid one.
+  // QO::k_chunkSuccess, or k_chunkFailure when memory runs out.
   // AddLabel(3, "ab") on an empty list gives size 20.
   virtual unsigned int AddLabel(unsigned int id, CStdStr text);
 
-  // Removes every label of cue `id`; 0 when at least one was removed, else 1. The chunk stays
+  // Removes every label of cue `id`; QO::k_chunkSuccess when at least one was removed, else
+  // k_chunkFailure. The chunk stays
   // valid without labels (it then writes a "LIST" holding only "adtl").
-  unsigned int RemoveLabel(unsigned int id);
+  QO::ChunkResult RemoveLabel(unsigned int id);
   // The labels; their texts stay owned by the chunk.
   const std::vector<LABEL>& GetLabels() const { return m_labels; }
 
@@ -97,7 +101,8 @@ class QoSmplChunk : public QoFormatChunkBase {
   bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
   void Reset() override;
   unsigned int GetChunkID() override;
-  // The head, the SAMPLER record and the loop, swapped when `swap`. 0 or 1.
+  // The head, the SAMPLER record and the loop, swapped when `swap`. QO::k_chunkSuccess or
+  // k_chunkFailure (a full device included).
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
 
   // The loop; returns IsValid().
@@ -108,19 +113,24 @@ class QoSmplChunk : public QoFormatChunkBase {
   void GetLoopInfo(SAMPLER_LOOP& loop) const;
   // Scales the loop by `ratio` (rounded to nearest, halves away from zero), the end limited to
   // numFrames - 1 and the start set to 0 when it passes the end, and rewrites the chunk in
-  // place. 1 when not valid, when the chunk in the file is not the 60-byte one-loop form, or
-  // when the file was not opened for writing.
+  // place. QO::k_chunkFailure when not valid, when the chunk in the file is not the 60-byte
+  // one-loop form, or when the file was not opened for writing.
   unsigned int UpdateLoopInfo(double ratio, unsigned int numFrames, bool swap);
   // Loads the loop of the file's sampler chunk; without one, creates a chunk with the loop
   // [start, end]. Always true.
-  bool ForceInitLoop(const zu::File& file, QoFormatChunkBase* parent, unsigned int start, unsigned int end);
-  // The 36-byte SAMPLER record and the 24-byte loop record, plain or swapped; false on a short write.
+  bool ForceInitLoop(const zu::File& file, QoFormatChunkBase* parent, unsigned int start,
+                     unsigned int end);
+  // The 36-byte SAMPLER record and the 24-byte loop record, plain or swapped; false on a short
+  // write.
   bool WriteSampleInfo(const zu::File& out);
   bool WriteLoopInfo(const zu::File& out);
   bool WriteSampleInfoSwapped(const zu::File& out);
   bool WriteLoopInfoSwapped(const zu::File& out);
 
  private:
+  // The SAMPLER record, the loop record or both, in that order, in one write.
+  bool WriteSamplerRecords(const zu::File& out, bool head, bool loop, bool swap);
+
   SAMPLER m_sampler;
   SAMPLER_LOOP m_loop;
 };

@@ -1,6 +1,7 @@
 // The chunks that give a WAVE file its shape: the "RIFF"/"RIFX" container head, the "fmt "
-// format, the "data" samples (copied from the source file when written) and the "JUNK" filler
-// that puts the next chunk's body on an aligned offset.
+// format and the "JUNK" filler that puts the next chunk's body on an aligned offset. The "data"
+// chunk, whose samples are copied from the source file when written, is in wav_data_chunk.h,
+// included here.
 //
 //   QoRiffChunk riff;   riff.Init(source, nullptr);
 //   QoDataChunk data;   data.Init(source, &riff);
@@ -9,7 +10,7 @@
 #pragma once
 
 #include <qobase/audio/wav_chunk_base.h>
-#include <qobase/system/progress.h>
+#include <qobase/audio/wav_data_chunk.h>
 
 // The 12-byte container head: ID, size, form type.
 class QoRiffChunk : public QoFormatChunkBase {
@@ -27,8 +28,8 @@ class QoRiffChunk : public QoFormatChunkBase {
   // "RIFX"; without, the container keeps the ID it was read with.
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
   // Patches the head at offset 0 of `out` with the stored ID and its size (file size - 8) and
-  // returns to the position out had. 0, or 1 when out cannot be measured, positioned or
-  // written in place (an append-mode stream).
+  // returns to the position out had. QO::k_chunkSuccess, or k_chunkFailure when out cannot be
+  // measured, positioned or written in place (an append-mode stream).
   virtual unsigned int UpdateRiffChunkSize(const zu::File& out, bool swap);
 
   uint32_t GetFormType() const { return m_formType; }
@@ -62,9 +63,9 @@ class QoFmtChunk : public QoFormatChunkBase {
   // "fmt " of size 20 in the plain PCM form: tag 1, the basic fields, cbSize 4 and the two
   // bytes after it. A chunk result code.
   virtual unsigned int WriteToFileNotExtensible(const zu::File& out, bool swap);
-  // Stores `format` and rewrites the chunk in place in the file it was found in. 1 when not
-  // valid, when the chunk in the file is not the 24-byte compact form (another size would be
-  // overwritten or leave a gap), or when the file was not opened for writing.
+  // Stores `format` and rewrites the chunk in place in the file it was found in. QO::k_chunkFailure
+  // when not valid, when the chunk in the file is not the 24-byte compact form (another size would
+  // be overwritten or leave a gap), or when the file was not opened for writing.
   virtual unsigned int UpdateFormatInfo(WaveFormatExtensible& format, bool swap);
 
   // Copies the format out; false when not valid.
@@ -76,9 +77,10 @@ class QoFmtChunk : public QoFormatChunkBase {
 
   // The chunk exactly as the source file stores it: head, body of the stored size (every byte,
   // whatever the layout) and a 0 pad byte after an odd body, whatever SetFormatInfo stored. For
-  // a caller that keeps the format. A chunk result code: 1 when not valid, when `swap` does not
-  // match the source's byte order (stored bytes cannot be reordered), or when the source no
-  // longer gives the whole body; 2 when a write fails because the device is full.
+  // a caller that keeps the format. A chunk result code: k_chunkFailure when not valid, when `swap`
+  // does not match the source's byte order (stored bytes cannot be reordered), or when the source
+  // no longer gives the whole body; k_chunkOutOfSpace when a write fails because the device is
+  // full.
   virtual unsigned int WriteToFileAsStored(const zu::File& out, bool swap);
   // The format chunk as the file stores it; filled once its body is read (even when Init then
   // refuses it), all zero (bodySize 0) otherwise.
@@ -94,32 +96,6 @@ class QoFmtChunk : public QoFormatChunkBase {
   QoWaveFormatFacts m_storedFormat;
 };
 
-// The samples. They stay in the source file and are copied when the chunk is written.
-class QoDataChunk : public QoFormatChunkBase {
- public:
-  // The copy block: the progress positions advance by this many bytes.
-  static constexpr unsigned int k_copyBlockSize = 16384;
-
-  unsigned int GetChunkID() override;
-  unsigned int WriteToFile(const zu::File& out, bool swap) override;
-  // Writes the head (the stored size), then copies the body from the source, reporting
-  // SetRange(0, size), SetPosition(0) and the bytes copied at the end of each 16 KiB block and
-  // of the copy. A source that ends early leaves a chunk of the bytes copied: the head in out is
-  // rewritten with that size (kept as the stored size) and the result is still 0, or 1 when out
-  // cannot be rewritten in place (append mode, a pipe). A failed write gives 2 when the device
-  // is full, else 1.
-  virtual unsigned int WriteToFile(const zu::File& out, bool swap, QO::Sonvo::IProgress* progress);
-  // The 8-byte head only. 0 or 1.
-  virtual unsigned int WriteChunkHeaderToFile(const zu::File& out, bool swap);
-  // Sets the size and rewrites the head in place in the source file. 0 or 1 (1 also when the
-  // file was not opened for writing or is in append mode).
-  virtual unsigned int UpdateChunkSize(unsigned int size, bool swap);
-
-  // Sets the size and rewrites the head of a data chunk whose body starts at `dataOffset` in
-  // `out`, returning to out's position. 0 or 1 (1 for an out in append mode).
-  unsigned int _UpdateChunkSize(const zu::File& out, unsigned int dataOffset, unsigned int size, bool swap);
-};
-
 // Filler that aligns the body of the chunk written after it.
 class QoJunkChunk : public QoFormatChunkBase {
  public:
@@ -128,7 +104,8 @@ class QoJunkChunk : public QoFormatChunkBase {
   // Always succeeds: the filler exists in every file and its size is decided when it is written.
   bool Init(const zu::File& file, QoFormatChunkBase* parent) override;
   unsigned int GetChunkID() override;
-  // At out's position: nothing when no filler is needed, else "JUNK" and zeros. 0 or 1.
+  // At out's position: nothing when no filler is needed, else "JUNK" and zeros. QO::k_chunkSuccess
+  // or k_chunkFailure.
   unsigned int WriteToFile(const zu::File& out, bool swap) override;
   // The filler size for a chunk written at `position`, such that the body of the next chunk
   // starts at a multiple of the alignment. False (size 0) when no filler is needed.

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <qobase/files/path.h>
+#include <qobase/result_code.h>
 
 #include <cstdio>
 
@@ -60,10 +61,10 @@ class File {
   // Returns k_resultSuccess; k_resultInvalidParameter for an empty path or an unknown mode;
   // k_resultFileNotFound when the file is missing or access is denied; k_resultFailure for a
   // borrowed or already open handle, a held lock, or any other error.
-  unsigned int Open(const Path& path, QoOpenMode mode, unsigned int flags);
+  QO::ResultCode Open(const Path& path, QoOpenMode mode, unsigned int flags);
   // Releases the lock, removes the file when opened with k_flagDeleteOnClose, closes the stream.
   // k_resultSuccess, or k_resultFailure for a closed or borrowed handle or a failed close.
-  unsigned int Close();
+  QO::ResultCode Close();
   bool IsOpen() const { return m_stream != nullptr; }
   // The stream, for code that needs the C interface; null when closed.
   FILE* GetStream() const { return m_stream; }

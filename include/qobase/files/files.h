@@ -1,4 +1,5 @@
-// Every public header of this subsystem: paths, file handles, directory traversal and watching, file-system operations.
+// Every public header of this subsystem: paths, file handles, directory traversal and watching,
+// file-system operations.
 #pragma once
 
 #include <qobase/files/directory_operations.h>

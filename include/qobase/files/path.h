@@ -26,9 +26,9 @@ class Path {
   // The empty path.
   Path();
   // The caller's text, unchanged.
-  Path(const CStdStr& text);  // NOLINT: paths are made from strings everywhere
+  Path(const CStdStr& text);      // NOLINT: paths are made from strings everywhere
   Path(const std::string& text);  // NOLINT
-  Path(const char* text);          // NOLINT
+  Path(const char* text);         // NOLINT
   // Adopts a path object allocated with new; a null pointer gives the empty path.
   explicit Path(FsPath* adopted);
   Path(const Path& other);
@@ -48,7 +48,6 @@ class Path {
 
   // The text as stored.
   operator CStdStr() const;  // NOLINT
-  CStdStr GetFullPath() const;
   // The stored text without a copy.
   const std::string& GetText() const;
   // The underlying path object.
@@ -63,20 +62,16 @@ class Path {
 
   // Components. The root name is empty except for a network prefix ("//host").
   CStdStr GetRootName() const;
-  CStdStr GetDrive() const;
   CStdStr GetParent() const;
   // The file name; "." for a text ending in a separator.
   CStdStr GetFileName() const;
-  CStdStr GetName() const;
   // The file name without its extension.
   CStdStr GetStem() const;
-  CStdStr GetFileNameOnly() const;
   // The extension with its dot (".wav"), or empty.
   CStdStr GetFileExtension() const;
   // The path itself when it names an existing directory, else its parent; with
   // `addTrailingSeparator` it ends in exactly one "/". Empty for the empty path.
   CStdStr GetFileDirectory(bool addTrailingSeparator) const;
-  CStdStr GetDirectory(bool addTrailingSeparator) const;
   // The first component of the normalised text: "a//b/c" gives "a", "abc" gives "abc",
   // "/a/b" gives "".
   CStdStr GetTopFolderPath() const;
@@ -85,7 +80,6 @@ class Path {
   // Removes the old extension and appends `ext` (a dot is added when missing); an empty `ext`
   // only removes.
   Path& ReplaceExtension(const CStdStr& ext);
-  Path& ChangeExtension(const CStdStr& ext);
   // This path then `part`, joined as Join does.
   Path& Append(const CStdStr& part);
   // `part` then this path, joined as Join does.
@@ -137,10 +131,8 @@ class Path {
   // File-system queries through the path. None of them throws for an ordinary failure.
   bool Exists() const;
   bool IsDirectory() const;
-  bool DirectoryExists() const;
   // Exists and is not a directory.
   bool FileExists() const;
-  bool IsFile() const;
   // Both name the same file-system object.
   bool IsEquivalent(const Path& other) const;
   // The user-hidden flag is set.
@@ -177,13 +169,25 @@ class Path {
   // directory, a symbolic link as a link. `progress` (may be null) gets 0..100.
   bool Copy(const Path& destination, QO::Sonvo::IProgress* progress) const;
   // The single-object copy of `from` to `to`, reporting 0 then 100 to `progress` (may be null)
-  // whatever the outcome.
-  bool FsPathCopy(const Path& from, const Path& to, QO::Sonvo::IProgress* progress) const;
+  // whatever the outcome. It uses only its arguments, so it is static; calls through an object
+  // still compile.
+  static bool FsPathCopy(const Path& from, const Path& to, QO::Sonvo::IProgress* progress);
 
   // The process's current working directory (empty when it cannot be read).
   static Path GetCurrent();
   // Changes the working directory. Throws the path library's filesystem_error on failure.
   static void SetCurrent(const Path& path);
+
+  // Older spellings, kept for existing callers; each does exactly what the operation it names
+  // does.
+  CStdStr GetFullPath() const;                            // older spelling of operator CStdStr
+  CStdStr GetDrive() const;                               // older spelling of GetRootName
+  CStdStr GetName() const;                                // older spelling of GetFileName
+  CStdStr GetFileNameOnly() const;                        // older spelling of GetStem
+  CStdStr GetDirectory(bool addTrailingSeparator) const;  // older spelling of GetFileDirectory
+  Path& ChangeExtension(const CStdStr& ext);              // older spelling of ReplaceExtension
+  bool DirectoryExists() const;                           // older spelling of IsDirectory
+  bool IsFile() const;                                    // older spelling of FileExists
 
  private:
   const FsPath& Fs() const;
@@ -198,6 +202,7 @@ bool FilePathHasInvalidCharacters(const CStdStr& path);
 bool FileNameHasInvalidCharacters(const CStdStr& name);
 // `text` is exactly a path separator ("/").
 bool IsSeparator(const CStdStr& text);
+// Older spelling of IsSeparator.
 bool IsPathSeparator(const CStdStr& text);
 // A network share root "//host/share" (and, by convention, any two-character text);
 // "//host/share/x" and "//host/" are not.

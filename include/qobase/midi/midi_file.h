@@ -3,7 +3,7 @@
 // stream (see midi_parse_at.h) to another file.
 //
 //   QoMidiFile midi;
-//   if (midi.Open(path) == 1 && midi.Validate() == 1) {
+//   if (midi.Open(path) == QO::k_resultSuccess && midi.Validate() == QO::k_resultSuccess) {
 //     midi.GetEvents(events);
 //     midi.Convert(outputPath);
 //   }
@@ -15,6 +15,7 @@
 #include <qobase/files/path.h>
 #include <qobase/midi/midi_event.h>
 #include <qobase/midi/midi_parse_at.h>
+#include <qobase/result_code.h>
 
 #include <cstdint>
 #include <vector>
@@ -33,24 +34,29 @@ class QoMidiFile {
   QoMidiFile& operator=(const QoMidiFile&) = delete;
 
   // Closes any open file, forgets everything loaded and resets the parser, then opens `path`
-  // for reading. 1; 66 when the file cannot be opened or its size cannot be had.
-  unsigned int Open(const zu::Path& path);
-  // Reads the whole file from the current position, checks it and converts it. 1; 7 when the
+  // for reading. k_resultSuccess; k_resultFileNotFound when the file cannot be opened or its
+  // size cannot be had.
+  QO::ResultCode Open(const zu::Path& path);
+  // Reads the whole file from the current position, checks it and converts it. k_resultSuccess;
+  // k_resultInvalidFile when the
   // file is not open, cannot be read, or is not a valid MIDI file (GetValidateResult() then
   // tells which check failed).
-  unsigned int Validate();
+  QO::ResultCode Validate();
   // Reads the whole file from the current position, without validating and without handing it
-  // to the parser (a later Convert then has no MIDI data to convert and gives 2). 1; 52 when
-  // memory runs out; 66 when the read fails.
-  unsigned int Read();
+  // to the parser (a later Convert then has no MIDI data to convert and gives k_resultFailure).
+  // k_resultSuccess; k_resultOutOfMemory when memory runs out; k_resultFileNotFound when the
+  // read fails.
+  QO::ResultCode Read();
   // The converted file's information; false before a successful Validate.
   bool GetMidiInfo(QoMidiInfo& info) const;
   // Replaces `events` by the converted events in stream order (empty when no event was counted).
-  // 1; 2 before a successful Validate (the vector untouched); 52 when memory runs out.
-  unsigned int GetEvents(std::vector<QoMidiFileEvent>& events);
+  // k_resultSuccess; k_resultFailure before a successful Validate (the vector untouched);
+  // k_resultOutOfMemory when memory runs out.
+  QO::ResultCode GetEvents(std::vector<QoMidiFileEvent>& events);
   // Writes the converted stream to `destination`, creating its folder and replacing the file.
-  // 1; 2 when nothing was opened, the conversion fails or the file cannot be written.
-  unsigned int Convert(const zu::Path& destination);
+  // k_resultSuccess; k_resultFailure when nothing was opened, the conversion fails or the file
+  // cannot be written.
+  QO::ResultCode Convert(const zu::Path& destination);
   // Closes the file; what was loaded stays.
   void Close();
   // Frees what was loaded (size 0, not validated); the file stays open.

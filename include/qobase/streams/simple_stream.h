@@ -8,13 +8,14 @@
 class IQoSimpleStream {
  public:
   // Reads size bytes into a buffer owned by the stream (valid until the next Read); data points
-  // at it and read receives the count. 45 when all size bytes came, another code otherwise.
+  // at it and read receives the count. QO::k_resultAllDataDelivered when all size bytes came,
+  // another result code otherwise.
   virtual unsigned int Read(unsigned int size, void*& data, unsigned int& read) = 0;
   // The offset of the next byte, or -1.
   virtual long long GetPosition() = 0;
-  // Moves to offset from the start; 1 on success.
+  // Moves to offset from the start; QO::k_resultSuccess on success.
   virtual unsigned int SetPosition(long long offset) = 0;
-  // The length of the stream in bytes; 1 on success.
+  // The length of the stream in bytes; QO::k_resultSuccess on success.
   virtual unsigned int GetFileSize(unsigned long long& size) = 0;
 };
 
@@ -29,11 +30,13 @@ class QoSimpleStreamStdio : public IQoSimpleStream {
   // Opens path for reading; false when it cannot be opened.
   bool Open(const CStdStr& path);
 
-  // 45 when all bytes came, 2 on a short read (read holds what came), 52 when the buffer could
-  // not be allocated, 2 when no file is open.
+  // k_resultAllDataDelivered when all bytes came, k_resultFailure on a short read (read holds
+  // what came) or when no file is open, k_resultOutOfMemory when the buffer could not be
+  // allocated.
   unsigned int Read(unsigned int size, void*& data, unsigned int& read) override;
   long long GetPosition() override;
-  // 1 (2 only when no file is open). A failed seek is seen by the next Read or GetPosition.
+  // k_resultSuccess (k_resultFailure only when no file is open). A failed seek is seen by the
+  // next Read or GetPosition.
   unsigned int SetPosition(long long offset) override;
   unsigned int GetFileSize(unsigned long long& size) override;
 

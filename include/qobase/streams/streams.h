@@ -1,4 +1,5 @@
-// Every public header of this subsystem: byte sources and sinks, the simple read stream, Base64 and GUID text.
+// Every public header of this subsystem: byte sources and sinks, the simple read stream, Base64 and
+// GUID text.
 #pragma once
 
 #include <qobase/streams/base64.h>

@@ -1,11 +1,12 @@
 // The marker chunks of the chunk editor: cue points, labels and the sampler loop.
-#include <qobase/audio/wav_byte_swap.h>
 #include <qobase/audio/wav_marker_chunks.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+
+#include "audio/riff_records.h"
 
 namespace {
 
@@ -24,14 +25,9 @@ uint32_t ScaleFrame(uint32_t position, double ratio, uint32_t limit) {
 // The last frame of a file of numFrames frames (0 for an empty one).
 uint32_t LastFrame(uint32_t numFrames) { return numFrames == 0 ? 0 : numFrames - 1; }
 
-uint32_t Swapped(uint32_t value, bool swap) { return swap ? WavByteSwapHelpers::Swap32(value) : value; }
-
-void Append(std::vector<unsigned char>& bytes, const void* data, size_t size) {
-  const unsigned char* p = static_cast<const unsigned char*>(data);
-  bytes.insert(bytes.end(), p, p + size);
-}
-
-void AppendU32(std::vector<unsigned char>& bytes, uint32_t value) { Append(bytes, &value, 4); }
+using qobase_audio::k_cueRecordSize;
+using qobase_audio::k_samplerHeadSize;
+using qobase_audio::k_samplerLoopSize;
 
 }  // namespace
 
@@ -45,28 +41,27 @@ bool QoCueChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
   if (!QoFormatChunkBase::Init(file, parent)) return false;
   m_valid = false;
   uint32_t count = 0;
-  if (ReadData(&count, 4, 0) != 4 || (count = FromFile(count)) == 0) {
+  if (ReadData(&count, 4, 0) != 4 || (count = qobase_audio::FileOrder32(count, m_needSwap)) == 0) {
     m_header.size = 0;
     return false;
   }
-  const uint32_t fits = m_header.size >= 4 ? (m_header.size - 4) / sizeof(WAV_CUE) : 0;
+  const uint32_t fits = m_header.size >= 4 ? (m_header.size - 4) / k_cueRecordSize : 0;
   const uint32_t wanted = std::min(count, fits);
-  std::vector<WAV_CUE> batch;
+  std::vector<unsigned char> batch;
   while (m_cues.size() < wanted) {
     const uint32_t done = static_cast<uint32_t>(m_cues.size());
-    batch.resize(std::min(k_cueBatch, wanted - done));
-    const unsigned int bytes = static_cast<unsigned int>(batch.size() * sizeof(WAV_CUE));
-    const unsigned int got = ReadData(batch.data(), bytes, 4 + done * static_cast<uint32_t>(sizeof(WAV_CUE)));
-    const size_t records = got / sizeof(WAV_CUE);
+    batch.resize(static_cast<size_t>(std::min(k_cueBatch, wanted - done)) * k_cueRecordSize);
+    const unsigned int bytes = static_cast<unsigned int>(batch.size());
+    const unsigned int got = ReadData(batch.data(), bytes, 4 + done * k_cueRecordSize);
+    const size_t records = got / k_cueRecordSize;
     for (size_t i = 0; i < records; ++i) {
-      WAV_CUE cue = batch[i];
-      if (m_needSwap) WavByteSwapHelpers::Convert(cue);
+      const WAV_CUE cue = qobase_audio::DecodeCue(&batch[i * k_cueRecordSize], m_needSwap);
       m_highestCueID = std::max(m_highestCueID, cue.dwName);
       m_cues.push_back(cue);
     }
     if (got < bytes) break;  // the file ends inside the chunk
   }
-  m_header.size = static_cast<uint32_t>(4 + m_cues.size() * sizeof(WAV_CUE));
+  m_header.size = static_cast<uint32_t>(4 + m_cues.size() * k_cueRecordSize);
   if (m_cues.size() != count || m_header.size != m_sizeInFile)
     m_droppedOnLoad |= QO::k_droppedCueRecords;
   m_valid = true;
@@ -84,18 +79,14 @@ unsigned int QoCueChunk::GetChunkID() { return QO::k_fccCue; }
 unsigned int QoCueChunk::WriteToFile(const zu::File& out, bool swap) {
   if (!m_valid) return QO::k_chunkFailure;
   std::vector<unsigned char> bytes;
-  bytes.reserve(12 + m_cues.size() * sizeof(WAV_CUE));
-  AppendU32(bytes, m_header.chunkID);
-  AppendU32(bytes, Swapped(m_header.size, swap));
-  AppendU32(bytes, Swapped(static_cast<uint32_t>(m_cues.size()), swap));
-  for (WAV_CUE cue : m_cues) {
-    if (swap) WavByteSwapHelpers::Convert(cue);
-    Append(bytes, &cue, sizeof(cue));
-  }
+  bytes.reserve(12 + m_cues.size() * k_cueRecordSize);
+  qobase_audio::AppendChunkHead(bytes, m_header.chunkID, m_header.size, swap);
+  qobase_audio::AppendCueBody(bytes, m_cues.data(), m_cues.size(), swap);
   return WriteBytes(out, bytes.data(), static_cast<unsigned int>(bytes.size()));
 }
 
-void QoCueChunk::AdjustCuesPosition(unsigned int offset, unsigned int alignment, unsigned int maxPosition) {
+void QoCueChunk::AdjustCuesPosition(unsigned int offset, unsigned int alignment,
+                                    unsigned int maxPosition) {
   for (WAV_CUE& cue : m_cues) {
     uint32_t p = cue.dwPosition + offset;
     const uint32_t r = alignment == 0 ? 0 : p % alignment;
@@ -125,7 +116,7 @@ unsigned int QoCueChunk::AddCue(unsigned int position) {
     m_header.size = 4;
     m_valid = true;
   }
-  m_header.size += sizeof(WAV_CUE);
+  m_header.size += k_cueRecordSize;
   return m_highestCueID;
 }
 
@@ -142,9 +133,12 @@ unsigned int QoCueChunk::UpdateCueInfo(double ratio, unsigned int numFrames, boo
 void QoCueChunk::TrimCues(unsigned int start, unsigned int length,
                           const std::function<void(unsigned int)>& onRemoved) {
   const unsigned long long end = static_cast<unsigned long long>(start) + length;
-  const auto inside = [start, end](const WAV_CUE& cue) { return start <= cue.dwPosition && cue.dwPosition <= end; };
+  const auto inside = [start, end](const WAV_CUE& cue) {
+    return start <= cue.dwPosition && cue.dwPosition <= end;
+  };
   // Throw before anything changes when a removal has nobody to tell.
-  if (!onRemoved && !std::all_of(m_cues.begin(), m_cues.end(), inside)) throw std::bad_function_call();
+  if (!onRemoved && !std::all_of(m_cues.begin(), m_cues.end(), inside))
+    throw std::bad_function_call();
   std::vector<WAV_CUE> kept;
   kept.reserve(m_cues.size());
   for (WAV_CUE cue : m_cues) {
@@ -152,7 +146,7 @@ void QoCueChunk::TrimCues(unsigned int start, unsigned int length,
       cue.dwPosition -= start;
       kept.push_back(cue);
     } else {
-      m_header.size -= sizeof(WAV_CUE);
+      m_header.size -= k_cueRecordSize;
       onRemoved(cue.dwName);
     }
   }
@@ -187,16 +181,19 @@ bool QoListChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
   unsigned long long offset = 4;
   bool skipped = false;
   while (listSize >= 5 && offset < listSize) {
-    uint32_t head[2];
-    if (offset + 8 > listSize || ReadData(head, 8, static_cast<uint32_t>(offset)) != 8) break;
-    const uint32_t subSize = FromFile(head[1]);
-    if (head[0] != QO::k_fccLabl) {
+    unsigned char stored[qobase_audio::k_chunkHeadSize];
+    if (offset + 8 > listSize || ReadData(stored, 8, static_cast<uint32_t>(offset)) != 8) break;
+    const RIFFHEADER head = qobase_audio::DecodeChunkHead(stored, m_needSwap);
+    const uint32_t subSize = head.size;
+    if (head.chunkID != QO::k_fccLabl) {
       skipped = true;
       offset += 8ull + subSize;
       continue;
     }
     // A label must hold its cue ID and lie inside the list.
-    if (subSize < 4 || offset + 8 + subSize > listSize || m_dataOffset + offset + 8 + subSize > fileEnd) break;
+    if (subSize < 4 || offset + 8 + subSize > listSize ||
+        m_dataOffset + offset + 8 + subSize > fileEnd)
+      break;
     const uint32_t textSize = subSize - 4;
     uint32_t id = 0;
     if (ReadData(&id, 4, static_cast<uint32_t>(offset + 8)) != 4) break;
@@ -206,9 +203,9 @@ bool QoListChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
       std::free(text);
       break;
     }
-    m_labels.push_back(LABEL{FromFile(id), textSize, text});
-    size += 12 + textSize + (textSize & 1);
-    offset += 12ull + textSize + (textSize & 1);
+    m_labels.push_back(LABEL{qobase_audio::FileOrder32(id, m_needSwap), textSize, text});
+    size += static_cast<uint32_t>(qobase_audio::LabelSubChunkSize(textSize));
+    offset += qobase_audio::LabelSubChunkSize(textSize);
   }
   m_valid = !m_labels.empty();
   m_header.size = m_valid ? size : 0;
@@ -227,23 +224,17 @@ unsigned int QoListChunk::GetChunkID() { return QO::k_fccLIST; }
 
 bool QoListChunk::IsValidChunk(const RIFFHEADER& header, unsigned int dataOffset) {
   uint32_t type = 0;
-  return header.chunkID == QO::k_fccLIST && ReadAt(&type, 4, dataOffset) == 4 && type == QO::k_fccAdtl;
+  return header.chunkID == QO::k_fccLIST && ReadAt(&type, 4, dataOffset) == 4 &&
+         type == QO::k_fccAdtl;
 }
 
 unsigned int QoListChunk::WriteToFile(const zu::File& out, bool swap) {
   if (!m_valid) return QO::k_chunkFailure;
   std::vector<unsigned char> bytes;
   bytes.reserve(12 + m_header.size);
-  AppendU32(bytes, m_header.chunkID);
-  AppendU32(bytes, Swapped(m_header.size, swap));
-  AppendU32(bytes, QO::k_fccAdtl);
-  for (const LABEL& label : m_labels) {
-    AppendU32(bytes, QO::k_fccLabl);
-    AppendU32(bytes, Swapped(label.size + 4, swap));
-    AppendU32(bytes, Swapped(label.cueID, swap));
-    Append(bytes, label.text, label.size);
-    if (label.size & 1) bytes.push_back(0);
-  }
+  qobase_audio::AppendListHead(bytes, m_header.size, QO::k_fccAdtl, swap);
+  for (const LABEL& label : m_labels)
+    qobase_audio::AppendLabel(bytes, label.cueID, label.text, label.size, swap);
   return WriteBytes(out, bytes.data(), static_cast<unsigned int>(bytes.size()));
 }
 
@@ -258,18 +249,18 @@ unsigned int QoListChunk::AddLabel(unsigned int id, CStdStr text) {
     m_header.size = 4;
     m_valid = true;
   }
-  m_header.size += 12 + textSize + (textSize & 1);
+  m_header.size += static_cast<uint32_t>(qobase_audio::LabelSubChunkSize(textSize));
   return QO::k_chunkSuccess;
 }
 
-unsigned int QoListChunk::RemoveLabel(unsigned int id) {
+QO::ChunkResult QoListChunk::RemoveLabel(unsigned int id) {
   bool removed = false;
   for (auto it = m_labels.begin(); it != m_labels.end();) {
     if (it->cueID != id) {
       ++it;
       continue;
     }
-    m_header.size -= 12 + it->size + (it->size & 1);
+    m_header.size -= static_cast<uint32_t>(qobase_audio::LabelSubChunkSize(it->size));
     std::free(it->text);
     it = m_labels.erase(it);
     removed = true;
@@ -286,26 +277,28 @@ bool QoSmplChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
   m_loop = SAMPLER_LOOP();
   if (!QoFormatChunkBase::Init(file, parent)) return false;
   m_valid = false;
-  if (m_header.size < sizeof(SAMPLER) || ReadData(&m_sampler, sizeof(SAMPLER), 0) != sizeof(SAMPLER)) {
-    m_sampler = SAMPLER();
+  unsigned char stored[k_samplerHeadSize];
+  if (m_header.size < k_samplerHeadSize ||
+      ReadData(stored, k_samplerHeadSize, 0) != k_samplerHeadSize) {
     return false;
   }
-  if (m_needSwap) WavByteSwapHelpers::Convert(m_sampler);
+  m_sampler = qobase_audio::DecodeSamplerHead(stored, m_needSwap);
   if (m_sampler.cSampleLoops == 0) return false;
-  if (m_header.size < sizeof(SAMPLER) + sizeof(SAMPLER_LOOP) ||
-      ReadData(&m_loop, sizeof(SAMPLER_LOOP), sizeof(SAMPLER)) != sizeof(SAMPLER_LOOP)) {
-    m_loop = SAMPLER_LOOP();
+  if (m_header.size < k_samplerHeadSize + k_samplerLoopSize ||
+      ReadData(stored, k_samplerLoopSize, k_samplerHeadSize) != k_samplerLoopSize) {
     return false;
   }
-  if (m_needSwap) WavByteSwapHelpers::Convert(m_loop);
+  m_loop = qobase_audio::DecodeSamplerLoop(stored, m_needSwap);
   // Only the first loop is kept: say what else the chunk held.
-  const unsigned long long loopsEnd = sizeof(SAMPLER) + 24ull * m_sampler.cSampleLoops;
+  const unsigned long long loopsEnd =
+      k_samplerHeadSize +
+      static_cast<unsigned long long>(k_samplerLoopSize) * m_sampler.cSampleLoops;
   if (m_sampler.cSampleLoops > 1) m_droppedOnLoad |= QO::k_droppedSamplerLoops;
   if (m_sampler.cbSamplerData != 0 || m_sizeInFile > loopsEnd)
     m_droppedOnLoad |= QO::k_droppedSamplerData;
   m_sampler.cSampleLoops = 1;
   m_sampler.cbSamplerData = 0;
-  m_header.size = sizeof(SAMPLER) + sizeof(SAMPLER_LOOP);
+  m_header.size = k_samplerHeadSize + k_samplerLoopSize;
   m_valid = true;
   return true;
 }
@@ -320,9 +313,7 @@ unsigned int QoSmplChunk::GetChunkID() { return QO::k_fccSmpl; }
 
 unsigned int QoSmplChunk::WriteToFile(const zu::File& out, bool swap) {
   if (!m_valid || !WriteChunkHeader(out, swap)) return QO::k_chunkFailure;
-  const bool written = swap ? WriteSampleInfoSwapped(out) && WriteLoopInfoSwapped(out)
-                            : WriteSampleInfo(out) && WriteLoopInfo(out);
-  return written ? QO::k_chunkSuccess : QO::k_chunkFailure;
+  return WriteSamplerRecords(out, true, true, swap) ? QO::k_chunkSuccess : QO::k_chunkFailure;
 }
 
 bool QoSmplChunk::GetLoopPosition(unsigned int& start, unsigned int& end) const {
@@ -363,25 +354,33 @@ bool QoSmplChunk::ForceInitLoop(const zu::File& file, QoFormatChunkBase* parent,
   m_loop.dwStart = start;
   m_loop.dwEnd = end;
   m_header.chunkID = QO::k_fccSmpl;
-  m_header.size = sizeof(SAMPLER) + sizeof(SAMPLER_LOOP);
+  m_header.size = k_samplerHeadSize + k_samplerLoopSize;
   m_dataOffset = 0;
   m_sizeInFile = 0;
   m_valid = true;
   return true;
 }
 
-bool QoSmplChunk::WriteSampleInfo(const zu::File& out) { return out.WriteExact(&m_sampler, sizeof(m_sampler)); }
+bool QoSmplChunk::WriteSampleInfo(const zu::File& out) {
+  return WriteSamplerRecords(out, true, false, false);
+}
 
-bool QoSmplChunk::WriteLoopInfo(const zu::File& out) { return out.WriteExact(&m_loop, sizeof(m_loop)); }
+bool QoSmplChunk::WriteLoopInfo(const zu::File& out) {
+  return WriteSamplerRecords(out, false, true, false);
+}
 
 bool QoSmplChunk::WriteSampleInfoSwapped(const zu::File& out) {
-  SAMPLER sampler = m_sampler;
-  WavByteSwapHelpers::Convert(sampler);
-  return out.WriteExact(&sampler, sizeof(sampler));
+  return WriteSamplerRecords(out, true, false, true);
 }
 
 bool QoSmplChunk::WriteLoopInfoSwapped(const zu::File& out) {
-  SAMPLER_LOOP loop = m_loop;
-  WavByteSwapHelpers::Convert(loop);
-  return out.WriteExact(&loop, sizeof(loop));
+  return WriteSamplerRecords(out, false, true, true);
+}
+
+bool QoSmplChunk::WriteSamplerRecords(const zu::File& out, bool head, bool loop, bool swap) {
+  std::vector<unsigned char> bytes;
+  bytes.reserve(k_samplerHeadSize + k_samplerLoopSize);
+  if (head) qobase_audio::AppendSamplerHead(bytes, m_sampler, swap);
+  if (loop) qobase_audio::AppendSamplerLoop(bytes, m_loop, swap);
+  return out.WriteExact(bytes.data(), static_cast<unsigned int>(bytes.size()));
 }

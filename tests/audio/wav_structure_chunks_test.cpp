@@ -35,7 +35,9 @@ class ProbeChunk : public QoFormatChunkBase {
 
 class RecordingProgress : public QO::Sonvo::IProgress {
  public:
-  void SetRange(std::uint32_t lower, std::uint32_t upper) override { calls.push_back({lower, upper}); }
+  void SetRange(std::uint32_t lower, std::uint32_t upper) override {
+    calls.push_back({lower, upper});
+  }
   void SetPosition(std::uint32_t current) override { calls.push_back({current, 0}); }
   bool IsCancelled() override { return true; }
   std::vector<std::pair<std::uint32_t, std::uint32_t>> calls;
@@ -111,7 +113,8 @@ std::string DataFile(uint32_t size, uint32_t present) {
 TEST(WavChunkSearch, FindsTheFirstChunkOfItsKind) {
   TempDir dir;
   // "odd1" keeps its pad byte, "odd2" lost it; the second "test" chunk is never taken.
-  const std::string chunks = Chunk("odd1", "abc") + ChunkWithSize("odd2", 3, "xyz") + Chunk("test", "body");
+  const std::string chunks =
+      Chunk("odd1", "abc") + ChunkWithSize("odd2", 3, "xyz") + Chunk("test", "body");
   ASSERT_TRUE(WriteFileBytes(dir.File("a.wav"), Riff(chunks + Chunk("test", "late"))));
   OpenedWav file(dir.File("a.wav"));
   ASSERT_TRUE(file.ok);
@@ -139,7 +142,8 @@ TEST(WavChunkSearch, SeesWhatTheStreamStillBuffers) {
     zu::File file(stream);
     QoRiffChunk riff;
     ProbeChunk probe("test");
-    EXPECT_TRUE(riff.Init(file, nullptr) && probe.Init(file, &riff));
+    EXPECT_TRUE(riff.Init(file, nullptr));
+    EXPECT_TRUE(probe.Init(file, &riff));
     EXPECT_EQ(probe.GetDataOffset(), 12u + 24 + 8);
   }
   std::fclose(stream);
@@ -193,9 +197,12 @@ TEST(WavChunkSearch, AgreesWithAPlainWalkOverGeneratedFiles) {
 
 TEST(WavRiffChunk, WritesHeadAndPatchesSizeFromFileSize) {
   TempDir dir;
-  ASSERT_TRUE(WriteFileBytes(dir.File("in.wav"), Riff(Chunk("fmt ", PcmFormatBody(1, 8000, 16)), true)));
-  OpenedWav in(dir.File("in.wav")), out(dir.File("out.wav"), "w+b"), append(dir.File("out.wav"), "ab");
-  ASSERT_TRUE(in.ok && in.riff.NeedSwapRead());
+  ASSERT_TRUE(
+      WriteFileBytes(dir.File("in.wav"), Riff(Chunk("fmt ", PcmFormatBody(1, 8000, 16)), true)));
+  OpenedWav in(dir.File("in.wav")), out(dir.File("out.wav"), "w+b"),
+      append(dir.File("out.wav"), "ab");
+  ASSERT_TRUE(in.ok);
+  ASSERT_TRUE(in.riff.NeedSwapRead());
   EXPECT_EQ(in.riff.GetSize(), 28u);
   // Unswapped, a "RIFX" container keeps its ID; the patch returns to where out was.
   EXPECT_EQ(in.riff.WriteToFile(out.file, false), QO::k_chunkSuccess);
@@ -205,9 +212,12 @@ TEST(WavRiffChunk, WritesHeadAndPatchesSizeFromFileSize) {
   EXPECT_EQ(in.riff.WriteToFile(out.file, true), QO::k_chunkSuccess);
   // Nothing is patched through append mode, which puts every write at the end.
   EXPECT_EQ(in.riff.UpdateRiffChunkSize(append.file, false), QO::k_chunkFailure);
-  EXPECT_EQ(QoRiffChunk().WriteToFile(out.file, false) + QoRiffChunk().UpdateRiffChunkSize(out.file, false), 2u);
+  EXPECT_EQ(QoRiffChunk().WriteToFile(out.file, false) +
+                QoRiffChunk().UpdateRiffChunkSize(out.file, false),
+            2u);
   std::fflush(out.stream);
-  EXPECT_EQ(ReadFileBytes(dir.File("out.wav")), "RIFX" + U32(14) + "WAVE0123456789RIFX" + U32(28, true) + "WAVE");
+  EXPECT_EQ(ReadFileBytes(dir.File("out.wav")),
+            "RIFX" + U32(14) + "WAVE0123456789RIFX" + U32(28, true) + "WAVE");
 }
 
 TEST(WavFmtChunk, ReadsPcmFloatExtensibleAndCompactBodies) {
@@ -215,12 +225,13 @@ TEST(WavFmtChunk, ReadsPcmFloatExtensibleAndCompactBodies) {
   std::string pcm = PcmFormatBody(2, 44100, 16);
   pcm[12] = 1;  // nBlockAlign 1, raised to fit the frame
   // Extensible, 6 channels without speaker mask, in this library's 44-byte layout.
-  const std::string extensible = U16(0xFFFE) + U16(6) + U32(48000) + U32(48000 * 24) + U16(24) + U16(32) + U16(22) +
-                                 U16(24) + U16(24) + U16(0) + U32(0) + std::string(16, '\x01');
+  const std::string extensible = U16(0xFFFE) + U16(6) + U32(48000) + U32(48000 * 24) + U16(24) +
+                                 U16(32) + U16(22) + U16(24) + U16(24) + U16(0) + U32(0) +
+                                 std::string(16, '\x01');
   const std::string compactHead = U16(0xFFFE) + PcmFormatBody(2, 22050, 16).substr(2) + U16(4);
   const uint32_t stereo = QO::MakeChannelConfig(2, 1, 0x3);
-  const std::string swapped = U16(0xFFFE, true) + PcmFormatBody(2, 44100, 16, true).substr(2) + U16(4, true) + U16(0) +
-                              U32(stereo, true);
+  const std::string swapped = U16(0xFFFE, true) + PcmFormatBody(2, 44100, 16, true).substr(2) +
+                              U16(4, true) + U16(0) + U32(stereo, true);
   // Each file's format chunk; the plain and compact forms written are checked through QoWavFile.
   const struct {
     std::string file;
@@ -230,18 +241,32 @@ TEST(WavFmtChunk, ReadsPcmFloatExtensibleAndCompactBodies) {
   } cases[] = {
       {Riff(Chunk("fmt ", pcm)), true, {0xFFFE, 2, 44100, 176400, 4, 16, 4, 0, stereo}, false},
       {Riff(Chunk("fmt ", PcmFormatBody(1, 8000, 8).substr(0, 15))), false, {}, false},
-      {Riff(Chunk("fmt ", U16(3) + PcmFormatBody(2, 96000, 32).substr(2) + U16(0) + U16(0x5A5A))), true,
-       {0xFFFE, 2, 96000, 768000, 8, 32, 4, 0x5A5A, stereo}, false},
-      {Riff(Chunk("fmt ", extensible)), true,
+      {Riff(Chunk("fmt ", U16(3) + PcmFormatBody(2, 96000, 32).substr(2) + U16(0) + U16(0x5A5A))),
+       true,
+       {0xFFFE, 2, 96000, 768000, 8, 32, 4, 0x5A5A, stereo},
+       false},
+      {Riff(Chunk("fmt ", extensible)),
+       true,
        {0xFFFE, 6, 48000, 48000 * 24, 24, 32, 4, 24, QO::GetDefaultChannelConfig(6)},
        true},
-      {Riff(Chunk("fmt ", compactHead + U16(7) + U32(QO::MakeChannelConfig(2, 0, 0)))), true,
-       {0xFFFE, 2, 22050, 88200, 4, 16, 4, 7, QO::MakeChannelConfig(2, 0, 0)}, false},
-      {Riff(Chunk("fmt ", compactHead + U16(0) + U32(QO::MakeChannelConfig(3, 0, 0)))), false, {}, false},
+      {Riff(Chunk("fmt ", compactHead + U16(7) + U32(QO::MakeChannelConfig(2, 0, 0)))),
+       true,
+       {0xFFFE, 2, 22050, 88200, 4, 16, 4, 7, QO::MakeChannelConfig(2, 0, 0)},
+       false},
+      {Riff(Chunk("fmt ", compactHead + U16(0) + U32(QO::MakeChannelConfig(3, 0, 0)))),
+       false,
+       {},
+       false},
       {Riff(Chunk("fmt ", PcmFormatBody(0, 8000, 16))), false, {}, false},
-      {Riff(ChunkWithSize("fmt ", 16, PcmFormatBody(1, 8000, 16).substr(0, 10))), false, {}, false},  // cut short
+      {Riff(ChunkWithSize("fmt ", 16, PcmFormatBody(1, 8000, 16).substr(0, 10))),
+       false,
+       {},
+       false},  // cut short
       // The compact form as written swapped, in a big-endian file.
-      {Riff(Chunk("fmt ", swapped, true), true), true, {0xFFFE, 2, 44100, 176400, 4, 16, 4, 0, stereo}, false},
+      {Riff(Chunk("fmt ", swapped, true), true),
+       true,
+       {0xFFFE, 2, 44100, 176400, 4, 16, 4, 0, stereo},
+       false},
   };
   int index = 0;
   for (const auto& c : cases) {
@@ -272,7 +297,7 @@ TEST(WavJunkChunk, SizesTheFillerSoTheNextBodyIsAligned) {
   ASSERT_TRUE(WriteFileBytes(dir.File("in.wav"), Riff("")));
   OpenedWav in(dir.File("in.wav")), out(dir.File("out.bin"), "w+b");
   EXPECT_EQ(junk.WriteToFile(out.file, false), QO::k_chunkFailure);  // not initialised yet
-  EXPECT_TRUE(junk.Init(in.file, nullptr));                          // exists where the file has none
+  EXPECT_TRUE(junk.Init(in.file, nullptr));  // exists where the file has none
   ASSERT_TRUE(out.file.WriteExact("bb", 2));
   EXPECT_EQ(junk.WriteToFile(out.file, true), QO::k_chunkSuccess);  // at 2: 14 bytes
   EXPECT_EQ(junk.WriteToFile(out.file, true), QO::k_chunkSuccess);  // at 24: nothing needed
@@ -294,16 +319,20 @@ TEST(WavDataChunk, CopiesTheSamplesOrWhatTheSourceHoldsAndReportsProgressPerBloc
     OpenedWav in(dir.File("in.wav")), out(outPath, "wb"), append(appendPath, "ab");
     QoDataChunk data;
     ASSERT_TRUE(data.Init(in.file, &in.riff));
-    // In append mode a short chunk's head cannot be corrected: a failure, nothing after the samples.
-    EXPECT_EQ(data.WriteToFile(append.file, false), present == size ? QO::k_chunkSuccess : QO::k_chunkFailure);
-    ASSERT_TRUE(data.Init(in.file, &in.riff) && out.file.WriteExact("xyz", 3));
+    // In append mode a short chunk's head cannot be corrected: a failure, nothing after the
+    // samples.
+    EXPECT_EQ(data.WriteToFile(append.file, false),
+              present == size ? QO::k_chunkSuccess : QO::k_chunkFailure);
+    ASSERT_TRUE(data.Init(in.file, &in.riff));
+    ASSERT_TRUE(out.file.WriteExact("xyz", 3));
     RecordingProgress progress;
     EXPECT_EQ(data.WriteToFile(out.file, swap, &progress), QO::k_chunkSuccess);
     EXPECT_EQ(data.GetSize(), present);
     EXPECT_EQ(out.file.SetFilePointer(0, zu::k_fileCurrent), 3 + 8 + present);
     EXPECT_EQ(data.WriteChunkHeaderToFile(out.file, false), QO::k_chunkSuccess);
     std::fflush(nullptr);
-    EXPECT_EQ(ReadFileBytes(outPath), "xyzdata" + U32(present, swap) + samples + "data" + U32(present));
+    EXPECT_EQ(ReadFileBytes(outPath),
+              "xyzdata" + U32(present, swap) + samples + "data" + U32(present));
     EXPECT_EQ(ReadFileBytes(appendPath), "data" + U32(size) + samples);
     const std::vector<std::pair<uint32_t, uint32_t>> expected = {
         {0, size}, {0, 0}, {16384, 0}, {32768, 0}, {present, 0}};
@@ -394,16 +423,20 @@ TEST(WavChunkRewrite, InPlaceUpdatesWriteOnlyTheirChunkOfAWritableFile) {
     return Chunk("fmt ", U16(0xFFFE) + PcmFormatBody(1, rate, 16).substr(2) + U16(4) + U16(0) +
                              U32(QO::MakeChannelConfig(1, 1, 4)));
   };
-  const std::string before = Riff(compact(8000) + Chunk("cue ", CueBody({1001, 2001})) +
-                                  Chunk("smpl", SmplBody(1, 301, 1001)) + Chunk("data", Pcm16Samples(4)));
+  const std::string before =
+      Riff(compact(8000) + Chunk("cue ", CueBody({1001, 2001})) +
+           Chunk("smpl", SmplBody(1, 301, 1001)) + Chunk("data", Pcm16Samples(4)));
   // 1001 x 0.5 = 500.5 -> 501 (halves away from zero), 2001 -> 999 (the last frame); the loop
   // 150.5 -> 151 and 500.5 -> 399.
-  const std::string after = Riff(compact(16000) + Chunk("cue ", CueBody({501, 999})) +
-                                 Chunk("smpl", SmplBody(1, 151, 399)) + ChunkWithSize("data", 6, Pcm16Samples(4)));
-  WaveFormatExtensible format = {0xFFFE, 1, 16000, 32000, 2, 16, 4, 0, QO::MakeChannelConfig(1, 1, 4)};
+  const std::string after =
+      Riff(compact(16000) + Chunk("cue ", CueBody({501, 999})) +
+           Chunk("smpl", SmplBody(1, 151, 399)) + ChunkWithSize("data", 6, Pcm16Samples(4)));
+  WaveFormatExtensible format = {
+      0xFFFE, 1, 16000, 32000, 2, 16, 4, 0, QO::MakeChannelConfig(1, 1, 4)};
   for (const char* mode : {"rb", "a+b", "r+b"}) {
     SCOPED_TRACE(mode);
-    const unsigned int expected = std::string(mode) == "r+b" ? QO::k_chunkSuccess : QO::k_chunkFailure;
+    const unsigned int expected =
+        std::string(mode) == "r+b" ? QO::k_chunkSuccess : QO::k_chunkFailure;
     ASSERT_TRUE(WriteFileBytes(path, before));
     {
       OpenedWav in(path, mode);
@@ -411,8 +444,10 @@ TEST(WavChunkRewrite, InPlaceUpdatesWriteOnlyTheirChunkOfAWritableFile) {
       QoCueChunk cues;
       QoSmplChunk smpl;
       QoDataChunk data;
-      ASSERT_TRUE(fmt.Init(in.file, &in.riff) && cues.Init(in.file, &in.riff) && smpl.Init(in.file, &in.riff) &&
-                  data.Init(in.file, &in.riff));
+      ASSERT_TRUE(fmt.Init(in.file, &in.riff));
+      ASSERT_TRUE(cues.Init(in.file, &in.riff));
+      ASSERT_TRUE(smpl.Init(in.file, &in.riff));
+      ASSERT_TRUE(data.Init(in.file, &in.riff));
       ASSERT_EQ(in.file.SetFilePointer(5, zu::k_fileBegin), 5);
       EXPECT_EQ(fmt.UpdateFormatInfo(format, false), expected);
       EXPECT_EQ(cues.UpdateCueInfo(0.5, 1000, false), expected);
@@ -425,13 +460,15 @@ TEST(WavChunkRewrite, InPlaceUpdatesWriteOnlyTheirChunkOfAWritableFile) {
     EXPECT_EQ(ReadFileBytes(path), expected == QO::k_chunkSuccess ? after : before);
   }
   // A format body of another size and a sampler chunk of two loops are never rewritten.
-  const std::string other = Riff(Chunk("fmt ", PcmFormatBody(1, 8000, 16)) + Chunk("smpl", SmplBody(2, 100, 200)));
+  const std::string other =
+      Riff(Chunk("fmt ", PcmFormatBody(1, 8000, 16)) + Chunk("smpl", SmplBody(2, 100, 200)));
   ASSERT_TRUE(WriteFileBytes(dir.File("b.wav"), other));
   {
     OpenedWav in(dir.File("b.wav"), "r+b");
     QoFmtChunk fmt;
     QoSmplChunk smpl;
-    ASSERT_TRUE(fmt.Init(in.file, &in.riff) && smpl.Init(in.file, &in.riff));
+    ASSERT_TRUE(fmt.Init(in.file, &in.riff));
+    ASSERT_TRUE(smpl.Init(in.file, &in.riff));
     EXPECT_EQ(fmt.UpdateFormatInfo(format, false), QO::k_chunkFailure);
     EXPECT_EQ(smpl.UpdateLoopInfo(1.0, 1000, false), QO::k_chunkFailure);
   }

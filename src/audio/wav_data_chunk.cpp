@@ -1,7 +1,7 @@
 // The "data" chunk of the chunk editor: its samples are copied from the source file into the
 // output in blocks.
 #include <qobase/audio/wav_byte_swap.h>
-#include <qobase/audio/wav_structure_chunks.h>
+#include <qobase/audio/wav_data_chunk.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+
+#include "audio/chunk_io.h"
 
 namespace {
 
@@ -42,11 +44,6 @@ class BlockProgress {
   QO::Sonvo::IProgress* m_progress;
   uint32_t m_reported;
 };
-
-unsigned int ClassifyWriteError() {
-  return zu::File::GetLastError() == zu::k_fileErrorOutOfSpace ? QO::k_chunkOutOfSpace
-                                                               : QO::k_chunkFailure;
-}
 
 // The descriptor of a stream open on a regular file, and the file's identity; -1 for anything else.
 struct RegularFile {
@@ -145,7 +142,7 @@ unsigned int QoDataChunk::WriteToFile(const zu::File& out, bool swap,
   // be positioned (a pipe) is written through memory only.
   errno = 0;
   const long long headEnd = out.SetFilePointer(0, zu::k_fileCurrent);
-  if (headEnd < 0 && errno != ESPIPE) return ClassifyWriteError();
+  if (headEnd < 0 && errno != ESPIPE) return qobase_audio::WriteFailureResult();
   if (m_header.size == 0) return QO::k_chunkSuccess;
   if (!m_file) return QO::k_chunkFailure;
 
@@ -192,8 +189,8 @@ unsigned int QoDataChunk::UpdateChunkSize(unsigned int size, bool swap) {
   return _UpdateChunkSize(*m_file, m_dataOffset, size, swap);
 }
 
-unsigned int QoDataChunk::_UpdateChunkSize(const zu::File& out, unsigned int dataOffset,
-                                           unsigned int size, bool swap) {
+QO::ChunkResult QoDataChunk::_UpdateChunkSize(const zu::File& out, unsigned int dataOffset,
+                                              unsigned int size, bool swap) {
   if (!m_valid || dataOffset < 8) return QO::k_chunkFailure;
   m_header.size = size;
   if (!CanRewrite(out)) return QO::k_chunkFailure;

@@ -9,6 +9,7 @@
 
 #include "audio/chunk_io.h"
 #include "audio/format_layout.h"
+#include "audio/riff_records.h"
 
 // ---- QoRiffChunk ----
 
@@ -50,8 +51,7 @@ unsigned int QoRiffChunk::WriteToFile(const zu::File& out, bool swap) {
   if (!m_valid) return QO::k_chunkFailure;
   // Writing big-endian makes the container "RIFX"; otherwise it keeps the ID it was read with.
   if (swap) m_header.chunkID = QO::k_fccRIFX;
-  uint32_t head[3] = {m_header.chunkID, swap ? WavByteSwapHelpers::Swap32(m_header.size) : m_header.size,
-                      m_formType};
+  uint32_t head[3] = {m_header.chunkID, qobase_audio::FileOrder32(m_header.size, swap), m_formType};
   return WriteBytes(out, head, sizeof(head));
 }
 
@@ -63,7 +63,7 @@ unsigned int QoRiffChunk::UpdateRiffChunkSize(const zu::File& out, bool swap) {
   const long long fileSize = out.GetFileSize();
   if (fileSize < 8 || fileSize - 8 > 0xFFFFFFFFll) return QO::k_chunkFailure;
   const uint32_t size = static_cast<uint32_t>(fileSize - 8);
-  uint32_t head[2] = {m_header.chunkID, swap ? WavByteSwapHelpers::Swap32(size) : size};
+  uint32_t head[2] = {m_header.chunkID, qobase_audio::FileOrder32(size, swap)};
   if (out.SetFilePointer(0, zu::k_fileBegin) != 0) return QO::k_chunkFailure;
   const bool written = out.WriteExact(head, sizeof(head));
   if (out.SetFilePointer(previous, zu::k_fileBegin) < 0 || !written) return QO::k_chunkFailure;
@@ -96,7 +96,8 @@ bool QoFmtChunk::Init(const zu::File& file, QoFormatChunkBase* parent) {
     return TakeFormatRecord(record);
   }
 
-  const uint16_t tag = m_needSwap ? WavByteSwapHelpers::Swap16(record.wFormatTag) : record.wFormatTag;
+  const uint16_t tag =
+      m_needSwap ? WavByteSwapHelpers::Swap16(record.wFormatTag) : record.wFormatTag;
   if (got == sizeof(WaveFormatExtensible) && tag == QO::k_waveFormatExtensible) {
     // Already the compact form: take it as it is if its configuration agrees with the count.
     WaveFormatExtensible compact;
@@ -142,7 +143,7 @@ unsigned int QoFmtChunk::GetChunkID() { return QO::k_fccFmt; }
 unsigned int QoFmtChunk::WriteToFile(const zu::File& out, bool swap) {
   if (!m_valid) return QO::k_chunkFailure;
   unsigned char bytes[8 + sizeof(WaveFormatExtensible)];
-  const uint32_t head[2] = {QO::k_fccFmt, swap ? WavByteSwapHelpers::Swap32(24) : 24u};
+  const uint32_t head[2] = {QO::k_fccFmt, qobase_audio::FileOrder32(24, swap)};
   WaveFormatExtensible format = m_format;
   if (swap) WavByteSwapHelpers::Convert(format);
   std::memcpy(bytes, head, 8);
@@ -153,7 +154,7 @@ unsigned int QoFmtChunk::WriteToFile(const zu::File& out, bool swap) {
 unsigned int QoFmtChunk::WriteToFileNotExtensible(const zu::File& out, bool swap) {
   if (!m_valid) return QO::k_chunkFailure;
   unsigned char bytes[8 + 20];
-  const uint32_t head[2] = {QO::k_fccFmt, swap ? WavByteSwapHelpers::Swap32(20) : 20u};
+  const uint32_t head[2] = {QO::k_fccFmt, qobase_audio::FileOrder32(20, swap)};
   tWAVEFORMATEX format;
   std::memcpy(&format, &m_format, sizeof(format));
   format.wFormatTag = QO::k_waveFormatPcm;
@@ -225,8 +226,8 @@ unsigned int QoJunkChunk::WriteToFile(const zu::File& out, bool swap) {
   if (position < 0) return QO::k_chunkFailure;
   if (!ComputeJunkSize(position)) return QO::k_chunkSuccess;
   std::vector<unsigned char> bytes(8 + m_header.size, 0);
-  const uint32_t head[2] = {QO::k_fccJUNK, swap ? WavByteSwapHelpers::Swap32(m_header.size) : m_header.size};
+  const uint32_t head[2] = {QO::k_fccJUNK, qobase_audio::FileOrder32(m_header.size, swap)};
   std::memcpy(bytes.data(), head, 8);
   return out.WriteExact(bytes.data(), static_cast<unsigned int>(bytes.size())) ? QO::k_chunkSuccess
-                                                                              : QO::k_chunkFailure;
+                                                                               : QO::k_chunkFailure;
 }

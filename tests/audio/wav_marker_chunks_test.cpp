@@ -24,7 +24,8 @@ std::vector<uint32_t> Positions(const QoCueChunk& cues) {
 
 std::vector<std::string> Texts(const QoListChunk& list) {
   std::vector<std::string> texts;
-  for (const LABEL& label : list.GetLabels()) texts.push_back(std::to_string(label.cueID) + ":" + label.text);
+  for (const LABEL& label : list.GetLabels())
+    texts.push_back(std::to_string(label.cueID) + ":" + label.text);
   return texts;
 }
 
@@ -40,7 +41,7 @@ TEST(WavCueChunk, LoadsEditsAndWritesCuePoints) {
   ASSERT_TRUE(cues.Init(in.file, &in.riff));
   EXPECT_EQ(Positions(cues), (std::vector<uint32_t>{300, 100, 200}));
   EXPECT_EQ(cues.AddCue(100), 10u);  // one above the highest ID
-  cues.SortCues();  // stable: the added cue follows the one already at 100
+  cues.SortCues();                   // stable: the added cue follows the one already at 100
   const std::string added = U32(10) + U32(100) + "data" + U32(0) + U32(0) + U32(100);
   EXPECT_EQ(Written(cues, false), "cue " + U32(100) + U32(4) + body.substr(4 + 24, 24) + added +
                                       body.substr(4 + 48, 24) + body.substr(4, 24));
@@ -122,28 +123,32 @@ TEST(WavListChunk, LoadsEditsAndWritesLabelsOfTheFirstAdtlList) {
   TempDir dir;
   // An "INFO" list first, then the labels with a note that is dropped.
   const std::string info = Chunk("LIST", "INFO" + Chunk("INAM", "name"));
-  const std::string adtl =
-      Chunk("LIST", "adtl" + LablChunk(1, "Intro") + Chunk("note", U32(1) + "no") + LablChunk(7, "Go"));
-  ASSERT_TRUE(WriteFileBytes(dir.File("a.wav"), Riff(info + Chunk("fmt ", PcmFormatBody(1, 8000, 16)) + adtl)));
+  const std::string adtl = Chunk(
+      "LIST", "adtl" + LablChunk(1, "Intro") + Chunk("note", U32(1) + "no") + LablChunk(7, "Go"));
+  ASSERT_TRUE(WriteFileBytes(dir.File("a.wav"),
+                             Riff(info + Chunk("fmt ", PcmFormatBody(1, 8000, 16)) + adtl)));
   OpenedWav in(dir.File("a.wav"));
   QoListChunk list;
   ASSERT_TRUE(list.Init(in.file, &in.riff));
   EXPECT_EQ(Texts(list), (std::vector<std::string>{"1:Intro", "7:Go"}));
   EXPECT_EQ(list.GetLabels()[0].size, 6u);
-  EXPECT_EQ(Written(list, false), "LIST" + U32(38) + "adtl" + LablChunk(1, "Intro") + LablChunk(7, "Go"));  // no note
-  EXPECT_EQ(Written(list, true),
-            "LIST" + U32(38, true) + "adtl" + LablChunk(1, "Intro", true) + LablChunk(7, "Go", true));
+  EXPECT_EQ(Written(list, false),
+            "LIST" + U32(38) + "adtl" + LablChunk(1, "Intro") + LablChunk(7, "Go"));  // no note
+  EXPECT_EQ(Written(list, true), "LIST" + U32(38, true) + "adtl" + LablChunk(1, "Intro", true) +
+                                     LablChunk(7, "Go", true));
 
-  EXPECT_EQ(list.AddLabel(3, "ab"), 0u);
-  EXPECT_EQ(list.RemoveLabel(1), 0u);
-  EXPECT_EQ(list.RemoveLabel(1), 1u);
-  EXPECT_EQ(Written(list, false), "LIST" + U32(36) + "adtl" + LablChunk(7, "Go") + LablChunk(3, "ab"));
+  EXPECT_EQ(list.AddLabel(3, "ab"), QO::k_chunkSuccess);
+  EXPECT_EQ(list.RemoveLabel(1), QO::k_chunkSuccess);
+  EXPECT_EQ(list.RemoveLabel(1), QO::k_chunkFailure);
+  EXPECT_EQ(Written(list, false),
+            "LIST" + U32(36) + "adtl" + LablChunk(7, "Go") + LablChunk(3, "ab"));
   EXPECT_EQ(list.RemoveLabel(7) + list.RemoveLabel(3), 0u);
   EXPECT_EQ(Written(list, false), "LIST" + U32(4) + "adtl");  // still valid, with no label
 
   QoListChunk fresh;
   fresh.AddLabel(3, "ab");
-  EXPECT_EQ(Written(fresh, false), "LIST" + U32(20) + "adtl" + "labl" + U32(7) + U32(3) + std::string("ab\0\0", 4));
+  EXPECT_EQ(Written(fresh, false),
+            "LIST" + U32(20) + "adtl" + "labl" + U32(7) + U32(3) + std::string("ab\0\0", 4));
   fresh.Reset();
   EXPECT_TRUE(fresh.GetLabels().empty());
 }
@@ -155,14 +160,19 @@ TEST(WavListChunk, BadListsGiveNoLabelsOrStopBeforeTheBadOne) {
   } cases[] = {
       {Riff(Chunk("LIST", "INFO" + LablChunk(1, "x"))), {}},  // only a list of another type
       // A label whose size runs past its list.
-      {Riff(Chunk("LIST", "adtl" + LablChunk(1, "ok") + "labl" + U32(40) + U32(2) + "long")), {"1:ok"}},
-      {Riff(Chunk("LIST", "adtl" + Chunk("labl", "ab") + LablChunk(1, "late"))), {}},  // too small for its cue ID
-      {Riff(Chunk("LIST", "adtl" + LablChunk(4, "one") + "lab")), {"4:one"}},  // head cut by the list end
+      {Riff(Chunk("LIST", "adtl" + LablChunk(1, "ok") + "labl" + U32(40) + U32(2) + "long")),
+       {"1:ok"}},
+      {Riff(Chunk("LIST", "adtl" + Chunk("labl", "ab") + LablChunk(1, "late"))),
+       {}},  // too small for its cue ID
+      {Riff(Chunk("LIST", "adtl" + LablChunk(4, "one") + "lab")),
+       {"4:one"}},  // head cut by the list end
       {Riff(Chunk("LIST", "adtl")), {}},
       // A list and a label claiming nearly 4 GiB in a small file.
-      {Riff(ChunkWithSize("LIST", 0xFFFFFF00u, "adtl" + LablChunk(1, "a") + "labl" + U32(0xFFFFF000u) + "xx")),
+      {Riff(ChunkWithSize("LIST", 0xFFFFFF00u,
+                          "adtl" + LablChunk(1, "a") + "labl" + U32(0xFFFFF000u) + "xx")),
        {"1:a"}},
-      {Riff(Chunk("LIST", "adtl" + LablChunk(1, "abcdef"))).substr(0, 40), {}},  // cut by the end of the file
+      {Riff(Chunk("LIST", "adtl" + LablChunk(1, "abcdef"))).substr(0, 40),
+       {}},  // cut by the end of the file
   };
   TempDir dir;
   for (const auto& c : cases) {
@@ -179,7 +189,8 @@ TEST(WavSmplChunk, LoadsTheFirstLoopOrCreatesOne) {
   TempDir dir;
   ASSERT_TRUE(WriteFileBytes(dir.File("two.wav"), Riff(Chunk("smpl", SmplBody(2, 100, 200)))));
   ASSERT_TRUE(WriteFileBytes(dir.File("none.wav"), Riff(Chunk("smpl", SmplBody(0, 0, 0)))));
-  ASSERT_TRUE(WriteFileBytes(dir.File("cut.wav"), Riff(ChunkWithSize("smpl", 60, SmplBody(1, 1, 2).substr(0, 40)))));
+  ASSERT_TRUE(WriteFileBytes(dir.File("cut.wav"),
+                             Riff(ChunkWithSize("smpl", 60, SmplBody(1, 1, 2).substr(0, 40)))));
   OpenedWav two(dir.File("two.wav"));
   QoSmplChunk smpl;
   ASSERT_TRUE(smpl.Init(two.file, &two.riff));
