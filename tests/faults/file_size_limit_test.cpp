@@ -167,6 +167,9 @@ TEST(FileSizeLimit, EveryWriterReportsTheFailure) {
     EXPECT_EQ(qotest::RunFaultCase(20, k_limit, [&] { return writer.write(out); }),
               qotest::k_reportedFailure);
   }
+  // A copy cut short leaves no partial file behind (it would refuse the next copy).
+  EXPECT_FALSE(zu::Path(dir.File("out-path copy")).Exists());
+  EXPECT_FALSE(zu::Path(dir.File("out-recursive copy/big")).Exists());
   // The sources are as they were.
   EXPECT_EQ(qotest::ReadFileBytes(wave), MarkedWave());
   EXPECT_EQ(qotest::ReadFileBytes(midi), LongMidi());
