@@ -2,13 +2,17 @@
 BUILD_DIR    ?= build
 SANITIZE_DIR ?= build-sanitize
 TSAN_DIR     ?= build-tsan
+VALGRIND_DIR ?= build-valgrind
 FUZZ_DIR     ?= build-fuzz
 FUZZ_SECONDS ?= 600
 BENCH_DIR    ?= build-bench
 JOBS         ?= 2
+# Two tests cannot hold under valgrind: /proc/self/exe is the checker's own binary, and the
+# program's peak memory is measured with the checker's own in it.
+VALGRIND_CTEST_FLAGS ?= -E '^(Environment\.ExecutablePathIsThisProgramResolved|QobaseBase64\.StreamsLargeInputs)$$'
 CMAKE_FLAGS  ?=
 
-.PHONY: all deps build demo test sanitize tsan fuzz-build fuzz-smoke fuzz bench format format-check clean
+.PHONY: all deps build demo test sanitize tsan valgrind fuzz-build fuzz-smoke fuzz bench format format-check clean
 
 all: build
 
@@ -38,6 +42,16 @@ tsan: deps
 	cmake --build $(TSAN_DIR) -j$(JOBS)
 	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
 	  ctest --output-on-failure -j$(JOBS)
+
+# The whole suite under valgrind memcheck, on a plain debug build: every test, and every qobase
+# program a test starts, fails on a memory error or a lost block.
+valgrind:
+	@scripts/install-deps.sh --valgrind
+	cmake -S . -B $(VALGRIND_DIR) -DCMAKE_BUILD_TYPE=Debug -DQOBASE_TEST_TIMEOUT=1500 \
+	  -DQOBASE_TEST_DISCOVERY_TIMEOUT=300 \
+	  -DCMAKE_CROSSCOMPILING_EMULATOR=$(CURDIR)/scripts/run-under-valgrind.sh $(CMAKE_FLAGS)
+	cmake --build $(VALGRIND_DIR) -j$(JOBS)
+	cd $(VALGRIND_DIR) && ctest --output-on-failure -j$(JOBS) $(VALGRIND_CTEST_FLAGS)
 
 fuzz-build:
 	@scripts/install-deps.sh --fuzz
@@ -72,4 +86,4 @@ format-check:
 	find $(FORMAT_DIRS) -name '*.h' -o -name '*.cpp' | xargs clang-format --dry-run --Werror
 
 clean:
-	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(TSAN_DIR) $(FUZZ_DIR) $(BENCH_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(TSAN_DIR) $(VALGRIND_DIR) $(FUZZ_DIR) $(BENCH_DIR)

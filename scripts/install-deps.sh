@@ -3,6 +3,7 @@
 #   scripts/install-deps.sh          build and test packages
 #   scripts/install-deps.sh --bench  the benchmark packages as well
 #   scripts/install-deps.sh --fuzz   the fuzzing packages as well
+#   scripts/install-deps.sh --valgrind  the memory checker as well
 # As root it runs apt-get; otherwise it prints the command to run and exits with status 1.
 set -euo pipefail
 
@@ -10,6 +11,7 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 lists=("$here/packages-build.txt")
 if [[ "${1:-}" == "--bench" ]]; then lists+=("$here/packages-bench.txt"); fi
 if [[ "${1:-}" == "--fuzz" ]]; then lists+=("$here/packages-fuzz.txt"); fi
+if [[ "${1:-}" == "--valgrind" ]]; then lists+=("$here/packages-valgrind.txt"); fi
 
 missing=()
 while read -r package; do

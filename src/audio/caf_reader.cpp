@@ -2,6 +2,8 @@
 #include <qobase/audio/caf_reader.h>
 #include <qobase/result_code.h>
 
+#include <sys/stat.h>
+
 #include <cmath>
 #include <cstring>
 
@@ -238,7 +240,11 @@ QoCAFFileReader::QoCAFFileReader()
 QoCAFFileReader::~QoCAFFileReader() {}
 
 bool QoCAFFileReader::Open(const char* path) {
-  if (path == nullptr || !m_stream.Open(CStdStr(path))) return false;
+  // Only a regular file is read: a pipe or a device has no size to bound the chunk walk, and a
+  // pipe whose writer never writes would keep the first read (or the open) waiting without end.
+  struct stat info;
+  if (path == nullptr || stat(path, &info) != 0 || !S_ISREG(info.st_mode)) return false;
+  if (!m_stream.Open(CStdStr(path))) return false;
   return m_reader.Init(&m_stream) == QO::k_resultSuccess;
 }
 

@@ -157,6 +157,9 @@ unsigned int QoDataChunk::WriteToFile(const zu::File& out, bool swap,
   if (headEnd >= 0 && CanRewrite(out)) {
     CopyWholeTransfers(*m_file, m_dataOffset, size, out, headEnd, buffer.get(), blocks, copied);
   }
+  // The rest is read as the source stands now, not from what its stream read ahead while the
+  // chunks were loaded: a source another program has cut since must end the copy where it ends.
+  if (copied < size) std::fflush(m_file->GetStream());
   while (copied < size) {
     const unsigned int got =
         ReadData(buffer.get(), std::min(size - copied, k_transferSize), copied);

@@ -47,6 +47,12 @@ void QoWavFileReader::FreeMarkers() {
 bool QoWavFileReader::Open(const zu::Path& path) {
   if (m_file.IsOpen()) Close();
   if (m_file.Open(path, k_openModeRead, 0) != QO::k_resultSuccess) return false;
+  // Only a regular file can be walked (see GetWalkLimit): refuse anything else before reading
+  // its head, which a pipe whose writer never writes would wait for without end.
+  if (qobase_audio::GetWalkLimit(m_file) < 12) {
+    m_file.Close();
+    return false;
+  }
   unsigned char head[12];
   unsigned int got = 0;
   if (!m_file.Read(head, sizeof(head), got) || got != sizeof(head)) {

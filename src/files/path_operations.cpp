@@ -43,9 +43,17 @@ bool CopySingleObject(const FsPath& from, const FsPath& to) {
     case fs::directory_file:
       fs::create_directory(to, error);
       break;
-    case fs::regular_file:
+    case fs::regular_file: {
       fs::copy_file(from, to, fs::copy_options::none, error);
+      // A copy cut short (a full disk, a size limit) removes what it wrote: the partial file
+      // would pass for the copy and, since copies never overwrite, refuse the next attempt. An
+      // existing destination made the copy fail before anything was written, and stays.
+      if (error && error != boost::system::errc::file_exists) {
+        boost::system::error_code ignored;
+        fs::remove(to, ignored);
+      }
       break;
+    }
     default:
       return false;
   }

@@ -21,6 +21,18 @@ class EndlessFifo {
   pid_t m_writer;
 };
 
+// A named pipe at `path` whose forked writer opens it and then never writes, until the object is
+// destroyed: a reader of it waits as long as it is willing to.
+class SilentFifo {
+ public:
+  explicit SilentFifo(const std::string& path);
+  ~SilentFifo();
+  bool Ok() const { return m_writer > 0; }
+
+ private:
+  pid_t m_writer;
+};
+
 // Runs `body` in a forked child that SIGALRM kills after `seconds`: body()'s result, or -1 when
 // the child was killed (the body hung).
 int RunWithWatchdog(unsigned int seconds, const std::function<int()>& body);

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 
 namespace qotest {
 namespace {
@@ -129,6 +130,15 @@ RunResult RunProgram(const std::vector<std::string>& argv, const RunOptions& opt
 RunResult RunQobase(const std::vector<std::string>& args, const RunOptions& options) {
   std::vector<std::string> argv{QOBASE_TOOL_PATH};
   argv.insert(argv.end(), args.begin(), args.end());
+  // Under `make valgrind` the program runs under the checker too, given ten times the time; not
+  // under an address-space limit, which the checker itself does not fit in.
+  const char* checker = std::getenv("QOBASE_TEST_UNDER_VALGRIND");
+  if (checker && *checker && options.memoryLimit < 0) {
+    argv.insert(argv.begin(), checker);
+    RunOptions checked = options;
+    checked.timeLimitSeconds *= 10;
+    return RunProgram(argv, checked);
+  }
   return RunProgram(argv, options);
 }
 

@@ -80,7 +80,8 @@ class QoCAFFileReader : public QoAudioFileReader {
   QoCAFFileReader();
   ~QoCAFFileReader() override;
 
-  // Opens the file for reading; false when it cannot be opened.
+  // Opens the file for reading; false when it cannot be opened or is no regular file (a pipe,
+  // a device), which is refused before it is opened.
   bool Open(const char* path);
   // Does nothing: the file is closed by the destructor.
   void Close() {}

@@ -18,7 +18,8 @@ class QoWavFileReader : public QoAudioFileReader {
   QoWavFileReader& operator=(const QoWavFileReader&) = delete;
 
   // Opens the file and checks its 12-byte container head ("RIFF" or "RIFX", then "WAVE").
-  // False when the file cannot be read or is not a WAVE file.
+  // False when the file cannot be read or is not a WAVE file; a stream that is no regular file
+  // (a pipe, a device) is refused before anything is read from it.
   bool Open(const zu::Path& path);
 
   // Opt-in, off by default: a "fmt " body of 40 bytes or more with tag 0xFFFE whose sub-format

@@ -165,7 +165,8 @@ class Path {
   // source stays). True at once when both name the same object.
   bool Move(const Path& destination, bool copyIfRenameFails) const;
   // Copies this one object to `destination`, creating missing parent directories. Never
-  // overwrites: an existing destination file makes it fail. A directory is copied as an empty
+  // overwrites: an existing destination file makes it fail. A file copy that fails part way
+  // (a full disk) removes what it wrote. A directory is copied as an empty
   // directory, a symbolic link as a link. `progress` (may be null) gets 0..100.
   bool Copy(const Path& destination, QO::Sonvo::IProgress* progress) const;
   // The single-object copy of `from` to `to`, reporting 0 then 100 to `progress` (may be null)
