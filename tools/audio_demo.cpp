@@ -1,5 +1,6 @@
 // The audio section of `qobase demo`: writes a short WAV file with a loop and labelled markers
 // into a temporary directory, reads it back and prints what the reader found.
+#include <internal/scratch_folder.h>
 #include <qobase/audio/wav_file_reader.h>
 #include <qobase/audio/wav_file_writer.h>
 
@@ -12,7 +13,6 @@
 
 #include "audio_summary.h"
 #include "command.h"
-#include "demo_scratch_dir.h"
 
 namespace qobase_tool {
 namespace {
@@ -46,7 +46,8 @@ bool WriteDemoFile(const std::string& path) {
 }
 
 bool AudioDemo(std::ostream& out) {
-  const DemoScratchDir scratch;
+  const qobase_internal::ScratchFolder scratch(qobase_internal::ScratchFolder::SystemTempFolder(),
+                                               "qobase-demo");
   if (!scratch.IsValid()) return false;
   const std::string path = scratch.File("tone.wav");
 
@@ -55,7 +56,7 @@ bool AudioDemo(std::ostream& out) {
     out << "   wrote tone.wav: 24-bit stereo, loop 6000-18000, markers \"intro\", \"hit\" and one "
            "unlabelled\n";
     QoWavFileReader reader;
-    ok = reader.Open(zu::Path(path)) && reader.ReadChunks(0x1F);
+    ok = reader.Open(zu::Path(path)) && reader.ReadChunks(QO::k_chunksAll);
     if (ok) {
       out << "   read it back:\n";
       PrintWavSummary(reader, out);

@@ -1,5 +1,6 @@
 // The files section of `qobase demo`: paths, a locked file, temporary names, and recursive
 // listing, copying and removal inside a scratch directory that is removed afterwards.
+#include <internal/scratch_folder.h>
 #include <qobase/files/directory_operations.h>
 #include <qobase/files/file.h>
 #include <qobase/files/file_operation.h>
@@ -11,7 +12,6 @@
 #include <ostream>
 
 #include "command.h"
-#include "demo_scratch_dir.h"
 
 namespace qobase_tool {
 namespace {
@@ -59,7 +59,8 @@ bool FilesDemoIn(const zu::Path& scratch, std::ostream& out) {
 }
 
 bool FilesDemo(std::ostream& out) {
-  const DemoScratchDir scratch;
+  const qobase_internal::ScratchFolder scratch(qobase_internal::ScratchFolder::SystemTempFolder(),
+                                               "qobase-demo");
   if (!scratch.IsValid()) return false;
   try {
     return FilesDemoIn(zu::Path(scratch.Path()), out);

@@ -1,5 +1,6 @@
 // The MIDI section of `qobase demo`: builds a small two-track MIDI file in a fresh temporary
 // folder, lists its merged events, converts it and cleans up.
+#include <internal/scratch_folder.h>
 #include <qobase/midi/midi_file.h>
 
 #include <cstdio>
@@ -7,7 +8,6 @@
 #include <string>
 
 #include "command.h"
-#include "demo_scratch_dir.h"
 #include "midi_event_text.h"
 
 namespace qobase_tool {
@@ -51,7 +51,8 @@ bool WriteWhole(const std::string& path, const std::string& bytes) {
 }
 
 bool MidiDemo(std::ostream& out) {
-  const DemoScratchDir scratch;
+  const qobase_internal::ScratchFolder scratch(qobase_internal::ScratchFolder::SystemTempFolder(),
+                                               "qobase-demo");
   if (!scratch.IsValid()) return false;
   const std::string source = scratch.File("demo.mid");
   const std::string converted = scratch.File("demo.qmid");
@@ -60,12 +61,12 @@ bool MidiDemo(std::ostream& out) {
     QoMidiFile midi;
     QoMidiInfo info{};
     std::vector<QoMidiFile::QoMidiFileEvent> events;
-    ok = midi.Open(source) == 1 && midi.Validate() == 1 && midi.GetMidiInfo(info) &&
-         midi.GetEvents(events) == 1;
+    ok = midi.Open(source) == QO::k_resultSuccess && midi.Validate() == QO::k_resultSuccess &&
+         midi.GetMidiInfo(info) && midi.GetEvents(events) == QO::k_resultSuccess;
     if (ok) {
       out << "   a two-track file, the tempo doubles after two beats; merged at one tempo:\n";
       PrintMidiEvents(out, info, events);
-      ok = midi.Convert(converted) == 1;
+      ok = midi.Convert(converted) == QO::k_resultSuccess;
     }
     if (ok) {
       FILE* file = std::fopen(converted.c_str(), "rb");

@@ -1,5 +1,6 @@
 // The structured-text section of `qobase demo`: one document written as XML and as JSON through
 // the same writer interface, then validated against a schema.
+#include <internal/scratch_folder.h>
 #include <qobase/text/json_text_writer.h>
 #include <qobase/text/xml_text_writer_lite2.h>
 #include <qobase/text/xml_validation.h>
@@ -11,7 +12,6 @@
 #include <string>
 
 #include "command.h"
-#include "demo_scratch_dir.h"
 
 namespace qobase_tool {
 namespace {
@@ -93,7 +93,8 @@ bool TextDemo(std::ostream& out) {
   WriteSession(json, "0");
   out << "   As XML:\n" << Contents(xml) << "   As JSON:\n" << Contents(json) << "\n";
 
-  const DemoScratchDir scratch;
+  const qobase_internal::ScratchFolder scratch(qobase_internal::ScratchFolder::SystemTempFolder(),
+                                               "qobase-demo");
   if (!scratch.IsValid()) return false;
   const std::string& dir = scratch.Path();
   const std::string schema = scratch.File("session.xsd");
