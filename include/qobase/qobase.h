@@ -4,12 +4,12 @@
 #include <qobase/result_code.h>
 #include <qobase/version.h>
 
-#include <qobase/strings/strings.h>
-#include <qobase/files/files.h>
-#include <qobase/streams/streams.h>
-#include <qobase/audio/audio.h>
-#include <qobase/midi/midi.h>
-#include <qobase/analysis/analysis.h>
-#include <qobase/text/text.h>
-#include <qobase/system/system.h>
 #include <qobase/algorithms/algorithms.h>
+#include <qobase/analysis/analysis.h>
+#include <qobase/audio/audio.h>
+#include <qobase/files/files.h>
+#include <qobase/midi/midi.h>
+#include <qobase/streams/streams.h>
+#include <qobase/strings/strings.h>
+#include <qobase/system/system.h>
+#include <qobase/text/text.h>

@@ -158,9 +158,9 @@ bool CopyFilesRecursive(const CStdStr& source, const CStdStr& destination,
 
 bool RegexPathFilter(const CStdStr& path, const CStdStr& pattern) {
   try {
-    return std::regex_match(static_cast<const std::string&>(path),
-                            std::regex(static_cast<const std::string&>(pattern),
-                                       std::regex::ECMAScript));
+    return std::regex_match(
+        static_cast<const std::string&>(path),
+        std::regex(static_cast<const std::string&>(pattern), std::regex::ECMAScript));
   } catch (const std::regex_error&) {
     return false;
   }

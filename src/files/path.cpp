@@ -321,8 +321,8 @@ bool CollapseSeparators(std::string& text) {
   std::string result;
   result.reserve(length);
   // Only a text starting with "//" can carry a root name; ask the path library then.
-  const bool rootName = length > 2 && text[0] == '/' && text[1] == '/' &&
-                        !FsPath(text).root_name().empty();
+  const bool rootName =
+      length > 2 && text[0] == '/' && text[1] == '/' && !FsPath(text).root_name().empty();
   if (text[0] == '/' && !rootName) result += '/';
   bool anyToken = false;
   size_t position = 0;

@@ -253,12 +253,12 @@ extern const QO::SonvoAuthoringAPI::QoGuid ks_dataformat_mulaw;
 // The format chunk as the file stores it, before any conversion to the compact form, so a caller
 // can name the format exactly and refuse what it cannot keep. Numbers are in host order.
 struct QoWaveFormatFacts {
-  uint32_t bodySize;        // "fmt " body size as stored; 0 when no format chunk was read
-  uint16_t formatTag;       // as stored: 1 PCM, 3 IEEE float, 6 A-law, 7 mu-law, 0xFFFE, others
-  uint16_t numChannels;     // as stored
-  uint32_t sampleRate;      // as stored
-  uint16_t blockAlign;      // as stored
-  uint16_t bitsPerSample;   // as stored (the container width in an extensible format)
+  uint32_t bodySize;       // "fmt " body size as stored; 0 when no format chunk was read
+  uint16_t formatTag;      // as stored: 1 PCM, 3 IEEE float, 6 A-law, 7 mu-law, 0xFFFE, others
+  uint16_t numChannels;    // as stored
+  uint32_t sampleRate;     // as stored
+  uint16_t blockAlign;     // as stored
+  uint16_t bitsPerSample;  // as stored (the container width in an extensible format)
   // True when the body is long enough for the published extensible fields: tag 0xFFFE and 40
   // bytes or more. The next three fields are the values at their published offsets only then,
   // else 0 and the null GUID. They describe the format only when standardLayoutUsed: the 44-byte

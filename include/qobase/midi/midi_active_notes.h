@@ -61,8 +61,8 @@ class QoMidiActiveNotes {
 
   Node* m_nodes = nullptr;
   uint32_t m_capacity = 0;
-  uint32_t m_used = 0;          // nodes handed out from the pool so far
-  uint32_t m_free = k_none;     // recycled nodes, chained through `next`
+  uint32_t m_used = 0;       // nodes handed out from the pool so far
+  uint32_t m_free = k_none;  // recycled nodes, chained through `next`
   uint32_t m_head = k_none;
   uint32_t m_tail = k_none;
   size_t m_size = 0;

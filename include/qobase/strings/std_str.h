@@ -12,7 +12,7 @@ class CStdStr : public std::string {
   CStdStr() = default;
   CStdStr(const char* text) : std::string(text ? text : "") {}  // NOLINT: implicit by design
   CStdStr(const char* text, size_type length) : std::string(text ? text : "", text ? length : 0) {}
-  CStdStr(const std::string& text) : std::string(text) {}  // NOLINT
+  CStdStr(const std::string& text) : std::string(text) {}                 // NOLINT
   CStdStr(std::string&& text) noexcept : std::string(std::move(text)) {}  // NOLINT
   // `count` copies of `ch`.
   CStdStr(char ch, int count) : std::string(count > 0 ? static_cast<size_type>(count) : 0, ch) {}

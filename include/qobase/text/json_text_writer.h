@@ -46,10 +46,10 @@ class JSONTextWriter : public QoTextWriterBuffer {
   static void EscapeJSONCharacters(CStdStr& text);
 
   enum State : unsigned int {
-    k_stateStart = 0,          // nothing written
-    k_stateDocument = 1,       // after WriteStartDocument
-    k_stateElementStart = 2,   // an element was started and has no content yet
-    k_stateAfterValue = 3,     // after a string, an ended element or appended text
+    k_stateStart = 0,         // nothing written
+    k_stateDocument = 1,      // after WriteStartDocument
+    k_stateElementStart = 2,  // an element was started and has no content yet
+    k_stateAfterValue = 3,    // after a string, an ended element or appended text
   };
 
  private:

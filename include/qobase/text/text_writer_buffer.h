@@ -45,7 +45,8 @@ class QoTextWriterBuffer : public QO::IXmlTextWriter {
   }
   // Writes `count` copies of `ch`.
   void WriteChar(char ch, std::size_t count) {
-    if (count >= static_cast<std::size_t>(m_bufferEnd - m_writePosition) && !MakeRoom(count)) return;
+    if (count >= static_cast<std::size_t>(m_bufferEnd - m_writePosition) && !MakeRoom(count))
+      return;
     std::memset(m_writePosition, ch, count);
     WrittenToBuffer(count);
   }

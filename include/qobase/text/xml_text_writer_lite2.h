@@ -45,10 +45,10 @@ class XmlTextWriterLite2 : public QoTextWriterBuffer {
   static void EscapeXMLCharacters(CStdStr& text, bool attribute);
 
   enum State : unsigned int {
-    k_stateStart = 0,        // nothing written yet
-    k_stateBetween = 1,      // after the header, a closed element or an Append
-    k_stateTagOpen = 2,      // a start tag whose ">" is not written yet
-    k_stateAfterText = 3,    // after text, raw text or CDATA
+    k_stateStart = 0,      // nothing written yet
+    k_stateBetween = 1,    // after the header, a closed element or an Append
+    k_stateTagOpen = 2,    // a start tag whose ">" is not written yet
+    k_stateAfterText = 3,  // after text, raw text or CDATA
   };
 
  private:

@@ -14,10 +14,10 @@ struct _xmlError;
 // Why a validation failed. Filled only on failure.
 struct ValidationErrorInfo {
   enum Code : unsigned int {
-    k_schemaNotRead = 1,       // the schema file could not be read or no context could be made
-    k_schemaNotParsed = 3,     // the schema does not parse (now or at an earlier use of its path)
-    k_documentNotRead = 5,     // the XML file could not be read
-    k_documentNotValid = 7,    // the document does not conform to the schema
+    k_schemaNotRead = 1,     // the schema file could not be read or no context could be made
+    k_schemaNotParsed = 3,   // the schema does not parse (now or at an earlier use of its path)
+    k_documentNotRead = 5,   // the XML file could not be read
+    k_documentNotValid = 7,  // the document does not conform to the schema
   };
 
   unsigned int code = 0;
