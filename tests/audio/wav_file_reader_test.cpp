@@ -227,6 +227,17 @@ TEST(WavFileReader, FormatVariants) {
     EXPECT_EQ("FFFE 4 48000 384000 8 16 4 ABCD 204", Fields(*r.reader.GetFormat()));
     EXPECT_EQ(0u, r.reader.GetChannelOrdering());
   }
+  // ...even when its channel count is 0 beside a configuration of 2: the frames are counted by
+  // the block alignment, and a read, with no channel to fill, delivers none and ends.
+  ByteBuilder noChannels;
+  noChannels.U16(0xFFFE).U16(0).U32(44100).U32(176400).U16(4).U16(16).U16(0).U16(0).U32(0x3102);
+  ReaderOn zero(Simple(noChannels.Bytes(), std::string(32, '\x11')));
+  ASSERT_TRUE(zero.reader.ReadChunks(QO::k_chunksFormatAndData));
+  EXPECT_EQ(0u, zero.reader.GetFormat()->nChannels);
+  EXPECT_EQ(8u, zero.reader.GetNumFrames());
+  std::vector<float> untouched(64, 9.0f);
+  EXPECT_EQ(0u, zero.reader.ReadPCMDataAsFloat32(8, untouched.data()));
+  EXPECT_EQ(std::vector<float>(64, 9.0f), untouched);
 
   // Ambisonic, no mask: ordering 2; bytes 18-19 carried; a zero block alignment rebuilt.
   ByteBuilder amb;
