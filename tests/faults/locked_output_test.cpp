@@ -136,7 +136,8 @@ TEST(LockedOutput, EveryWriterFailsAndLeavesWhatStandsThere) {
             qotest::k_reportedFailure);
 
   struct stat info;
-  EXPECT_TRUE(stat(folderInPlace.c_str(), &info) == 0 && S_ISDIR(info.st_mode));
+  ASSERT_EQ(stat(folderInPlace.c_str(), &info), 0);
+  EXPECT_TRUE(S_ISDIR(info.st_mode));
   EXPECT_EQ(qotest::ReadFileBytes(readOnlyFile), "the user's file");
   EXPECT_EQ(qotest::ReadFileBytes(lockedFile), "the user's file");
   EXPECT_FALSE(zu::Path(lockedFolder + "/out").Exists());

@@ -82,8 +82,10 @@ TEST(ShrinkingSource, TheDataChunkGetsTheSizeThatWasCopied) {
     zu::File out;
     ASSERT_EQ(out.Open(zu::Path(outPath), k_openModeWrite, 0), QO::k_resultSuccess);
     TruncatingProgress progress(in, c.at, static_cast<off_t>(dataOffset + c.keep));
-    ASSERT_TRUE(wav.WriteRiffChunk(out, false) && wav.WriteFormatChunk(out, false) &&
-                wav.WriteCueChunk(out, false) && wav.WriteJunkChunk(out, false));
+    ASSERT_TRUE(wav.WriteRiffChunk(out, false));
+    ASSERT_TRUE(wav.WriteFormatChunk(out, false));
+    ASSERT_TRUE(wav.WriteCueChunk(out, false));
+    ASSERT_TRUE(wav.WriteJunkChunk(out, false));
     EXPECT_EQ(wav.m_dataChunk.WriteToFile(out, false, &progress), QO::k_chunkSuccess);
     EXPECT_TRUE(progress.Truncated());
     ASSERT_TRUE(wav.UpdateRiffChunkSize(out, false));

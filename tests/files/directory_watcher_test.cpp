@@ -221,13 +221,16 @@ TEST(DirectoryWatcherLive, LostEventsAreRecoveredByARescan) {
   Recorder recorder(watcher);
   watcher.StartSync(dir.Path(), true, 0);
   recorder.Hold(true);
-  ASSERT_TRUE(Write(dir.File("trigger.wav")) && recorder.Await(dir.File("trigger.wav")));
+  ASSERT_TRUE(Write(dir.File("trigger.wav")));
+  ASSERT_TRUE(recorder.Await(dir.File("trigger.wav")));
   // Writes to two files in turn: the kernel merges only repeats of the same event.
   const int first = open(dir.File("one.wav").c_str(), O_WRONLY | O_CREAT, 0644);
   const int second = open(dir.File("two.wav").c_str(), O_WRONLY | O_CREAT, 0644);
-  ASSERT_TRUE(first >= 0 && second >= 0);
+  ASSERT_GE(first, 0);
+  ASSERT_GE(second, 0);
   for (long i = 0; i < queueLimit / 2 + 16; ++i) {
-    ASSERT_TRUE(write(first, "x", 1) == 1 && write(second, "x", 1) == 1);
+    ASSERT_EQ(write(first, "x", 1), 1);
+    ASSERT_EQ(write(second, "x", 1), 1);
   }
   close(first);
   close(second);

@@ -357,8 +357,9 @@ TEST(QobaseInfo, NamesTheLibrarysOwnRecords) {
   ASSERT_TRUE(writer.Open(zu::Path(dir.File("record.wav")), false));
   writer.SetFormat(qotest::ExtensibleFormat(2, 32, 8000));
   std::vector<float> samples = {0.5f, -0.25f, 0.125f, 0.0f};
-  ASSERT_TRUE(writer.WriteChunks(0) && writer.WriteReal32AsPCMData(2, samples.data()) &&
-              writer.Close());
+  ASSERT_TRUE(writer.WriteChunks(0));
+  ASSERT_TRUE(writer.WriteReal32AsPCMData(2, samples.data()));
+  ASSERT_TRUE(writer.Close());
   ASSERT_TRUE(qotest::WriteFileBytes(
       dir.File("adpcm.wav"),
       qotest::Riff(

@@ -39,7 +39,8 @@ TEST(QobaseDemo, RunsTheEndToEndJobIntoAFolder) {
       qotest::FlattenJsonDocuments(qotest::ReadFileBytes(folder + "/drums-onsets.json"));
   ASSERT_EQ(report.size(), 1u);
   qotest::ReadBack marked(folder + "/drums-onsets.wav", 2), sound(folder + "/drums.wav", 2);
-  ASSERT_TRUE(marked.ok && sound.ok);
+  ASSERT_TRUE(marked.ok);
+  ASSERT_TRUE(sound.ok);
   EXPECT_EQ(marked.samples, sound.samples);
   ASSERT_EQ(marked.markers.size(), 12u);
   for (size_t i = 0; i < 12; ++i) {

@@ -117,8 +117,9 @@ TEST(QobaseInfo, LayoutsMidiAndTheJsonReportMatchTheText) {
     writer.SetLoopPoints(100, 900);
     writer.SetMarkers(markers);
     std::vector<float> samples(2000, 0.25f);
-    ASSERT_TRUE(writer.WriteChunks(QO::k_chunkSmpl | QO::k_chunkCue | QO::k_chunkLIST) &&
-                writer.WriteReal32AsPCMData(1000, samples.data()) && writer.Close());
+    ASSERT_TRUE(writer.WriteChunks(QO::k_chunkSmpl | QO::k_chunkCue | QO::k_chunkLIST));
+    ASSERT_TRUE(writer.WriteReal32AsPCMData(1000, samples.data()));
+    ASSERT_TRUE(writer.Close());
   }
   // 96 ticks per quarter; 120 bpm, then 60 bpm from tick 192 (one second in).
   const std::string midi = dir.File("song.mid");

@@ -141,7 +141,8 @@ TEST(QobaseOnsets, FindsTheHitsAndStoresThemAsLabelledMarkers) {
   EXPECT_EQ(ours.samples, source.samples);
 #ifdef QOBASE_HAVE_SNDFILE
   const SndfileView theirs = OpenWithSndfile(out), original = OpenWithSndfile(in);
-  ASSERT_TRUE(theirs.ok && original.ok);
+  ASSERT_TRUE(theirs.ok);
+  ASSERT_TRUE(original.ok);
   EXPECT_EQ(theirs.samples, original.samples);
   std::vector<uint32_t> expectedCues;
   for (const std::string& frame : frames) expectedCues.push_back(std::stoul(frame));

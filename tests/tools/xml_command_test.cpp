@@ -51,7 +51,8 @@ TEST(QobaseXml, ToJsonMapsRepeatedNamesToArrays) {
   ASSERT_FALSE(json.Parse(shared.out.c_str()).HasParseError()) << shared.out;
   const rapidjson::Value& a = json["a"];
   EXPECT_EQ(a.MemberCount(), 4u) << shared.out;  // x, y, and the two namespace declarations
-  ASSERT_TRUE(a["x"].IsArray() && a["y"].IsArray()) << shared.out;
+  ASSERT_TRUE(a["x"].IsArray()) << shared.out;
+  ASSERT_TRUE(a["y"].IsArray()) << shared.out;
   EXPECT_STREQ(a["x"][0].GetString(), "1");
   EXPECT_STREQ(a["x"][1].GetString(), "2");
   EXPECT_STREQ(a["y"][0].GetString(), "");
