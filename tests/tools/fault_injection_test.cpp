@@ -17,23 +17,11 @@
 #include "support/midi_builder.h"
 #include "support/temp_dir.h"
 #include "support/wav_edit_fixtures.h"
+#include "tool_test_support.h"
 
 using qotest::RunQobase;
 
 namespace {
-
-std::vector<std::string> Names(const std::string& dir) {
-  std::vector<std::string> names;
-  if (DIR* handle = opendir(dir.c_str())) {
-    while (dirent* entry = readdir(handle)) {
-      const std::string name = entry->d_name;
-      if (name != "." && name != "..") names.push_back(name);
-    }
-    closedir(handle);
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
 
 std::string MarkedWave() {
   using qotest::Chunk;
@@ -96,7 +84,7 @@ TEST(QobaseFaultInjection, AWriteCutAnywhereLeavesNoPartialOutput) {
         const std::vector<std::string> expected =
             existing || limit == size ? std::vector<std::string>{"in.mid", "in.wav", "out"}
                                       : std::vector<std::string>{"in.mid", "in.wav"};
-        EXPECT_EQ(Names(dir.Path()), expected);
+        EXPECT_EQ(qotest::FolderNames(dir.Path()), expected);
         unlink(out.c_str());
       }
     }
@@ -171,7 +159,7 @@ TEST(QobaseFaultInjection, EveryReadingCommandEndsOnPipesAndProcFiles) {
       endless.reset();
       silent.reset();
       unlink(path.c_str());
-      EXPECT_EQ(Names(dir.Path()), (std::vector<std::string>{"d.xml", "s.xsd"}));
+      EXPECT_EQ(qotest::FolderNames(dir.Path()), (std::vector<std::string>{"d.xml", "s.xsd"}));
     }
   }
 }

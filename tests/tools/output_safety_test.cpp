@@ -18,24 +18,11 @@
 #include "support/midi_builder.h"
 #include "support/temp_dir.h"
 #include "support/wav_edit_fixtures.h"
+#include "tool_test_support.h"
 
 using qotest::RunQobase;
 
 namespace {
-
-// The names in `dir`, so a test can see that no temporary file was left behind.
-std::vector<std::string> Names(const std::string& dir) {
-  std::vector<std::string> names;
-  if (DIR* handle = opendir(dir.c_str())) {
-    while (dirent* entry = readdir(handle)) {
-      const std::string name = entry->d_name;
-      if (name != "." && name != "..") names.push_back(name);
-    }
-    closedir(handle);
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
 
 std::string SmallMidi() {
   return qotest::MidiFileBytes(0, 96, {"0 90 3C 64, 96 80 3C 00, 0 FF 2F 00"});
@@ -52,7 +39,7 @@ std::string CutShortWave() { return SmallWave(100).substr(0, 44 + 120); }
 
 // The name of a temporary file `out` has in `dir` while it is written, or "".
 std::string PendingTemporary(const std::string& dir, const std::string& out) {
-  for (const std::string& name : Names(dir)) {
+  for (const std::string& name : qotest::FolderNames(dir)) {
     if (name.rfind("." + out + ".", 0) == 0) return name;
   }
   return "";
@@ -117,7 +104,7 @@ TEST(QobaseOutputs, AnOutputThatNamesAnInputIsRefused) {
   ASSERT_EQ(symlink("in.wav", dir.File("wav-link").c_str()), 0);
   ASSERT_EQ(link(midi.c_str(), dir.File("midi-hard").c_str()), 0);
   ASSERT_EQ(link(wav.c_str(), dir.File("wav-hard").c_str()), 0);
-  const std::vector<std::string> before = Names(dir.Path());
+  const std::vector<std::string> before = qotest::FolderNames(dir.Path());
 
   const struct {
     std::string midiOut, wavOut;
@@ -147,7 +134,7 @@ TEST(QobaseOutputs, AnOutputThatNamesAnInputIsRefused) {
   EXPECT_EQ(RunQobase({"midi", "in.mid", "--convert", "./in.mid"}, inside).exitCode, 1);
   EXPECT_EQ(qotest::ReadFileBytes(midi), SmallMidi());
   EXPECT_EQ(qotest::ReadFileBytes(wav), SmallWave(100));
-  EXPECT_EQ(Names(dir.Path()), before);
+  EXPECT_EQ(qotest::FolderNames(dir.Path()), before);
 }
 
 TEST(QobaseOutputs, DevicesSpecialFilesAndMissingFoldersAreRefused) {
@@ -178,7 +165,8 @@ TEST(QobaseOutputs, DevicesSpecialFilesAndMissingFoldersAreRefused) {
       EXPECT_EQ(run.out, "");
     }
   }
-  EXPECT_EQ(Names(dir.Path()), (std::vector<std::string>{"fifo", "folder", "in.mid", "in.wav"}));
+  EXPECT_EQ(qotest::FolderNames(dir.Path()),
+            (std::vector<std::string>{"fifo", "folder", "in.mid", "in.wav"}));
 }
 
 // A full disk, played by a file size limit: exit 1, no partial or temporary file, and an
@@ -207,9 +195,9 @@ TEST(QobaseOutputs, AFailedWriteLeavesNothingBehind) {
       EXPECT_EQ(run.err,
                 "qobase: " + dir.File("out.bin") + ": cannot write the file: File too large\n");
       EXPECT_EQ(run.out, "");
-      EXPECT_EQ(Names(dir.Path()), existing
-                                       ? (std::vector<std::string>{"in.mid", "in.wav", "out.bin"})
-                                       : (std::vector<std::string>{"in.mid", "in.wav"}));
+      EXPECT_EQ(qotest::FolderNames(dir.Path()),
+                existing ? (std::vector<std::string>{"in.mid", "in.wav", "out.bin"})
+                         : (std::vector<std::string>{"in.mid", "in.wav"}));
       if (existing) {
         EXPECT_EQ(qotest::ReadFileBytes(dir.File("out.bin")), "the user's file");
         // A successful run replaces it and keeps its permission bits, and its owner where the
@@ -260,7 +248,7 @@ TEST(QobaseOutputs, InputsThatAreNotRegularFilesAreRefused) {
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "qobase: " + c.what + c.message);
   }
-  EXPECT_EQ(Names(dir.Path()), std::vector<std::string>{});
+  EXPECT_EQ(qotest::FolderNames(dir.Path()), std::vector<std::string>{});
 }
 
 // A signal while the output is being written ends the program and leaves neither a temporary
@@ -274,10 +262,10 @@ TEST(QobaseOutputs, ASignalWhileWritingLeavesNothingBehind) {
   for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
     SCOPED_TRACE(signalNumber);
     EXPECT_EQ(RunBlockedOnStandardError(dir.Path(), true, signalNumber), signalNumber);
-    EXPECT_EQ(Names(dir.Path()), (std::vector<std::string>{"in.wav", "out.wav"}));
+    EXPECT_EQ(qotest::FolderNames(dir.Path()), (std::vector<std::string>{"in.wav", "out.wav"}));
   }
   EXPECT_EQ(RunBlockedOnStandardError(dir.Path(), false, 0), SIGPIPE);
-  EXPECT_EQ(Names(dir.Path()), (std::vector<std::string>{"in.wav", "out.wav"}));
+  EXPECT_EQ(qotest::FolderNames(dir.Path()), (std::vector<std::string>{"in.wav", "out.wav"}));
   EXPECT_EQ(qotest::ReadFileBytes(dir.File("out.wav")), "the user's file");
   EXPECT_EQ(qotest::ReadFileBytes(dir.File("in.wav")), CutShortWave());
 }
@@ -311,7 +299,8 @@ TEST(QobaseOutputs, LongNamesProtectedFilesAndClosedStandardError) {
   EXPECT_EQ(locked.err,
             "qobase: " + dir.File("locked.wav") + ": cannot be replaced: Permission denied\n");
   EXPECT_EQ(qotest::ReadFileBytes(dir.File("locked.wav")), "protected");
-  EXPECT_EQ(Names(dir.Path()).size(), 4u);  // in, the long name, quiet, locked: no leftovers
+  EXPECT_EQ(qotest::FolderNames(dir.Path()).size(),
+            4u);  // in, the long name, quiet, locked: no leftovers
 }
 
 // A file the user may not read is named so by every command, not taken for a bad file.
@@ -338,5 +327,5 @@ TEST(QobaseOutputs, UnreadableInputsAreNamedSo) {
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "qobase: " + locked + ": Permission denied\n");
   }
-  EXPECT_EQ(Names(dir.Path()), (std::vector<std::string>{"locked", "s.xsd"}));
+  EXPECT_EQ(qotest::FolderNames(dir.Path()), (std::vector<std::string>{"locked", "s.xsd"}));
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <dirent.h>
+
+#include <algorithm>
 #include <regex>
 #include <sstream>
 
@@ -88,6 +91,19 @@ std::vector<std::string> AllMatches(const std::string& text, const std::string& 
     matches.push_back((*it)[1].str());
   }
   return matches;
+}
+
+std::vector<std::string> FolderNames(const std::string& dir) {
+  std::vector<std::string> names;
+  if (DIR* handle = opendir(dir.c_str())) {
+    while (dirent* entry = readdir(handle)) {
+      const std::string name = entry->d_name;
+      if (name != "." && name != "..") names.push_back(name);
+    }
+    closedir(handle);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 }  // namespace qotest

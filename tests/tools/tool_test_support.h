@@ -1,6 +1,6 @@
 // What the program tests check output files with: a PNG's size from its header, a plot rendered
-// by rsvg-convert, JSON documents parsed by python3's json module, and lines of text matched
-// with a regular expression.
+// by rsvg-convert, JSON documents parsed by python3's json module, lines of text matched with a
+// regular expression, and the names left in a folder.
 #pragma once
 
 #include <string>
@@ -26,5 +26,8 @@ std::string JsonValue(const std::vector<std::string>& flat, const std::string& k
 
 // Every match of the first group of `pattern` in `text`, in order.
 std::vector<std::string> AllMatches(const std::string& text, const std::string& pattern);
+
+// The names in `dir`, sorted, without "." and "..": a test sees that no temporary file was left.
+std::vector<std::string> FolderNames(const std::string& dir);
 
 }  // namespace qotest
