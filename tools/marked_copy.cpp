@@ -43,6 +43,10 @@ std::string WhatAnEditWouldLose(const QoWavFile& wav, bool compact) {
   if (dropped & QO::k_droppedCueRecords) return "its cue chunk's count does not match its size";
   if (dropped & QO::k_droppedTrailingBytes) return "it ends with bytes that are not a chunk";
   if (dropped & QO::k_droppedExcessChunks) return "it has more chunks than the editor can carry";
+  if (dropped & QO::k_droppedAfterByteOrderSwitch) {
+    return "a chunk named 'RIFX' inside it makes the chunks after it read big-endian, which a "
+           "file written in one byte order cannot keep";
+  }
   if (dropped != 0) return "part of it would be lost";
   for (const QoCarriedChunk& chunk : wav.GetCarriedChunks()) {
     const std::string name = ChunkName(chunk.chunkID);

@@ -33,6 +33,10 @@ void QoWavFile::RecordCarriedChunks() {
   qobase_audio::ChunkWalk walk(m_file, m_riffChunk.GetDataOffset() + 4, m_riffChunk.NeedSwapRead());
   uint64_t covered = walk.Offset();
   while (walk.ReadHead()) {
+    if (walk.Swapping() != m_riffChunk.NeedSwapRead()) {
+      m_walkDrops |= QO::k_droppedAfterByteOrderSwitch;
+      return;
+    }
     const RIFFHEADER& header = walk.Head();
     const uint32_t offset = walk.Offset();
     covered = offset + 8ull + header.size;

@@ -107,6 +107,10 @@ TEST(WavFileCarried, WhatAMemberLeavesOutIsReported) {
        Chunk("LIST", "adtl" + Chunk("note", U32(1) + "n")), 0, {"cue >", "smpl>", "LIST/adtl>"}},
       {ChunkWithSize("LIST", 100, "INFO"), 0, {"LIST/INFO> cut"}},
       {many, QO::k_droppedExcessChunks, std::vector<std::string>(65536, "PAD >")},
+      // A head named "RIFX" turns the rest of the walk big-endian: what follows it cannot be
+      // written back in the file's own byte order, so nothing from there on is carried.
+      {Chunk("bext", "ab") + Chunk("RIFX", "abcd", true) + Chunk("junk", "xy"),
+       QO::k_droppedAfterByteOrderSwitch, {"bext>"}},
       // clang-format on
   };
   TempDir dir;
@@ -119,8 +123,14 @@ TEST(WavFileCarried, WhatAMemberLeavesOutIsReported) {
     std::vector<std::string> carried;
     for (const QoCarriedChunk& chunk : wav.GetCarriedChunks()) carried.push_back(Describe(chunk));
     EXPECT_EQ(carried, c.carried);
-    EXPECT_EQ(WriteKeepingEverything(wav, dir.File("out.wav"), false),
-              carried.empty() || carried.back().find("cut") == std::string::npos);
+    const bool written = WriteKeepingEverything(wav, dir.File("out.wav"), false);
+    EXPECT_EQ(written, carried.empty() || carried.back().find("cut") == std::string::npos);
+    // What was written opens again with the samples.
+    QoWavFile again;
+    if (written) {
+      ASSERT_TRUE(again.Open(zu::Path(dir.File("out.wav")), false));
+      EXPECT_EQ(again.m_dataChunk.GetSize(), 4u);
+    }
   }
   // Nothing is recorded for the format alone, nor after Close.
   ASSERT_TRUE(wav.Open(zu::Path(dir.File("in.wav")), true));
@@ -129,4 +139,24 @@ TEST(WavFileCarried, WhatAMemberLeavesOutIsReported) {
   wav.Close();
   EXPECT_TRUE(wav.GetCarriedChunks().empty());
   EXPECT_TRUE(wav.GetDroppedOnLoad() == 0);
+}
+
+// Found by fuzzing: a "RIFX" head between the format and the data of a little-endian file. The
+// data chunk is found big-endian (its size cut to the file), and the edit must still give a file
+// that opens again: the chunk that switched the byte order is not carried into it.
+TEST(WavFileCarried, AByteOrderSwitchInsideTheFileIsNotCarriedIntoTheEdit) {
+  const std::string body = Chunk("fmt ", PcmFormatBody(1, 8000, 16)) +
+                           Chunk("RIFX", std::string(119, '\xE9'), true) + "data" +
+                           std::string("\x80\0\0\0", 4) + "\x01\x02\x03";
+  TempDir dir;
+  ASSERT_TRUE(WriteFileBytes(dir.File("in.wav"), Riff(body)));
+  QoWavFile wav;
+  ASSERT_TRUE(wav.Open(zu::Path(dir.File("in.wav")), false));
+  EXPECT_EQ(wav.GetDroppedOnLoad(), QO::k_droppedAfterByteOrderSwitch);
+  EXPECT_TRUE(wav.GetCarriedChunks().empty());
+  ASSERT_TRUE(WriteKeepingEverything(wav, dir.File("out.wav"), false));
+  QoWavFile again;
+  ASSERT_TRUE(again.Open(zu::Path(dir.File("out.wav")), false));
+  EXPECT_EQ(again.GetDroppedOnLoad(), 0u);
+  EXPECT_EQ(again.m_dataChunk.GetSize(), 3u);
 }

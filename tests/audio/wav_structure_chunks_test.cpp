@@ -150,8 +150,8 @@ TEST(WavChunkSearch, SeesWhatTheStreamStillBuffers) {
 }
 
 // Every chunk kind finds what a plain walk finds, and the editor carries exactly the chunks of
-// that walk which no member loaded, over containers made to catch a walk that reads its heads
-// through a window.
+// that walk which no member loaded (up to a head that switches the byte order), over containers
+// made to catch a walk that reads its heads through a window.
 TEST(WavChunkSearch, AgreesWithAPlainWalkOverGeneratedFiles) {
   TempDir dir;
   const std::string path = dir.File("g.wav");
@@ -183,7 +183,12 @@ TEST(WavChunkSearch, AgreesWithAPlainWalkOverGeneratedFiles) {
     std::vector<uint32_t> expected, carried;
     const QoFormatChunkBase* members[] = {&wav.m_fmtChunk, &wav.m_dataChunk, &wav.m_cueChunk,
                                           &wav.m_listChunk, &wav.m_smplChunk};
+    bool switched = false;  // a "RIFX" head inside a little-endian file ends what is carried
     for (const Head& h : heads) {
+      if (h.swap != big) {
+        switched = true;
+        break;
+      }
       if (std::none_of(std::begin(members), std::end(members), [&](const QoFormatChunkBase* m) {
             return m->IsValid() && m->GetDataOffset() == h.offset + 8;
           }))
@@ -191,7 +196,10 @@ TEST(WavChunkSearch, AgreesWithAPlainWalkOverGeneratedFiles) {
     }
     for (const QoCarriedChunk& c : wav.GetCarriedChunks()) carried.push_back(c.offset);
     EXPECT_EQ(carried, expected);
-    EXPECT_EQ((wav.GetDroppedOnLoad() & QO::k_droppedTrailingBytes) != 0, end < bytes.size());
+    EXPECT_EQ((wav.GetDroppedOnLoad() & QO::k_droppedAfterByteOrderSwitch) != 0, switched);
+    if (!switched) {
+      EXPECT_EQ((wav.GetDroppedOnLoad() & QO::k_droppedTrailingBytes) != 0, end < bytes.size());
+    }
   }
 }
 

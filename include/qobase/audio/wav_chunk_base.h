@@ -35,6 +35,10 @@ enum ChunkDrop : unsigned int {
   k_droppedTrailingBytes = 0x10,
   // (QoWavFile) more chunks than the editor keeps a record of; the rest are not carried over.
   k_droppedExcessChunks = 0x20,
+  // (QoWavFile) a chunk head named "RIFX" inside a little-endian file, which turns the walk
+  // big-endian for every chunk after it. Neither it nor the chunks after it are carried over: an
+  // edit writes the file in one byte order, in which their stored heads would read otherwise.
+  k_droppedAfterByteOrderSwitch = 0x40,
 };
 }  // namespace QO
 
