@@ -49,6 +49,9 @@ DirectoryWatcher::~DirectoryWatcher() {
 }
 
 void DirectoryWatcher::Start(const CStdStr& root, bool recursive, int priority) {
+  // From the callback, stopping would only be asked for, and a second thread would run beside
+  // the first, which no one could join any more.
+  if (t_runningWatcher == this) return;
   Stop();
   m_root = zu::Path(root);
   m_recursive = recursive;
@@ -60,6 +63,7 @@ void DirectoryWatcher::Start(const CStdStr& root, bool recursive, int priority) 
 }
 
 void DirectoryWatcher::StartSync(const CStdStr& root, bool recursive, int priority) {
+  if (t_runningWatcher == this) return;
   Start(root, recursive, priority);
   if (m_thread == 0) return;
   // A thread that cannot watch its root signals the stop event instead of the started one.

@@ -286,6 +286,27 @@ TEST(DirectoryWatcherLive, StopIsPromptAlsoDuringACallback) {
   ASSERT_TRUE(held.Await(second.File("b.wav")));
   EXPECT_FALSE(aliveAfterStop);
   EXPECT_FALSE(quick.IsAlive());
+
+  // Start from a callback is refused: the one thread goes on watching its root, and the next
+  // Stop ends it.
+  bool aliveAfterRestart = false;
+  quick.SetCallback([&](DirectoryWatcher::ChangeSet* changes) {
+    quick.Start(dir.Path(), true, 0);
+    quick.StartSync(dir.Path(), true, 0);
+    aliveAfterRestart = quick.IsAlive();
+    held.Receive(changes);
+  });
+  quick.StartSync(second.Path(), true, 0);
+  ASSERT_TRUE(Write(second.File("c.wav")));
+  ASSERT_TRUE(held.Await(second.File("c.wav")));
+  EXPECT_TRUE(aliveAfterRestart);
+  quick.Stop();
+  EXPECT_FALSE(quick.IsAlive());
+  held.Take();
+  ASSERT_TRUE(Write(second.File("d.wav")));
+  ASSERT_TRUE(Write(dir.File("d.wav")));
+  usleep(300000);  // thirty times the latency: no thread is left to report them
+  EXPECT_TRUE(held.Take().empty());
 }
 
 // An ordinary user with no thread left: StartSync returns and the watcher stays idle.

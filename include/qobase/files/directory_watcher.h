@@ -46,10 +46,12 @@ class DirectoryWatcher {
 
   // Starts the watcher thread for `root` (stopping a running one first). `priority` is asked for
   // with real-time scheduling and dropped when the system refuses it. When no thread can be
-  // started the watcher stays idle.
+  // started the watcher stays idle. Called from the callback it does nothing: the thread cannot
+  // stop and replace itself.
   void Start(const CStdStr& root, bool recursive, int priority);
   // As Start, then waits until the thread watches `root`. Returns at once when the thread could
-  // not be started, and when `root` cannot be watched (IsAlive is false then).
+  // not be started, when `root` cannot be watched (IsAlive is false then), and when called from
+  // the callback.
   void StartSync(const CStdStr& root, bool recursive, int priority);
   // Ends the watcher thread and waits for it; undelivered events are dropped. Called from the
   // callback it only asks the thread to end after the callback returns.
