@@ -30,7 +30,7 @@ bool FilesDemoIn(const zu::Path& scratch, std::ostream& out) {
   if (writer.Open(take, k_openModeWrite, 0) != QO::k_resultSuccess) return false;
   const bool written = writer.WriteExact("RIFF....WAVE", 12);
   zu::File second;
-  const unsigned int locked = second.Open(take, k_openModeWrite, 0);
+  const QO::ResultCode locked = second.Open(take, k_openModeWrite, 0);
   out << "   second writer while the first holds the file: result " << locked << "\n";
   writer.Close();
   if (!written || locked != QO::k_resultFailure) return false;

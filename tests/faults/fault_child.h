@@ -6,8 +6,12 @@
 #include <signal.h>
 #include <sys/resource.h>
 
+#include <qobase/midi/midi_file.h>
+#include <qobase/result_code.h>
+
 #include <cstdio>
 #include <functional>
+#include <string>
 
 #include "support/endless_stream.h"
 
@@ -37,5 +41,17 @@ inline int RunFaultCase(unsigned int seconds, long long fileSizeLimit,
 }
 
 inline int Outcome(bool succeeded) { return succeeded ? k_claimedSuccess : k_reportedFailure; }
+
+// Converts the MIDI file `midi` to `out` with QoMidiFile; the outcome of the conversion, or
+// k_setUpFailed when the source does not open and validate.
+inline int ConvertMidiOutcome(const std::string& midi, const std::string& out) {
+  QoMidiFile file;
+  if (file.Open(zu::Path(midi)) != QO::k_resultSuccess || file.Validate() != QO::k_resultSuccess) {
+    return static_cast<int>(k_setUpFailed);
+  }
+  const unsigned int result = file.Convert(zu::Path(out));
+  return result == QO::k_resultFailure ? static_cast<int>(k_reportedFailure)
+                                       : static_cast<int>(result);
+}
 
 }  // namespace qotest

@@ -86,15 +86,7 @@ TEST(LockedOutput, EveryWriterFailsAndLeavesWhatStandsThere) {
       {"xml writer", OpenTextWriter<XmlTextWriterLite2>},
       {"json writer", OpenTextWriter<JSONTextWriter>},
       {"midi convert",
-       [&](const std::string& out) {
-         QoMidiFile file;
-         if (file.Open(zu::Path(midi)) != QO::k_resultSuccess ||
-             file.Validate() != QO::k_resultSuccess) {
-           return static_cast<int>(qotest::k_setUpFailed);
-         }
-         const unsigned int result = file.Convert(zu::Path(out));
-         return result == QO::k_resultFailure ? 0 : static_cast<int>(result);
-       }},
+       [&](const std::string& out) { return qotest::ConvertMidiOutcome(midi, out); }},
       {"path copy",
        [&](const std::string& out) {
          return Outcome(zu::Path(wave).Copy(zu::Path(out), nullptr));
