@@ -4,12 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
+
+#include "mapping_facts.h"
 
 namespace {
 
@@ -37,23 +37,6 @@ std::string RandomBytes(size_t length, std::mt19937& random) {
   std::string data(length, '\0');
   for (char& c : data) c = static_cast<char>(random());
   return data;
-}
-
-// The flags line of the mapping that holds `address` when the kernel marks it for large pages
-// ("hg"), else "".
-std::string LargePageAdvice(const void* address) {
-  std::ifstream maps("/proc/self/smaps");
-  const auto target = reinterpret_cast<uintptr_t>(address);
-  bool inside = false;
-  for (std::string line; std::getline(maps, line);) {
-    unsigned long start = 0, end = 0;
-    if (std::sscanf(line.c_str(), "%lx-%lx ", &start, &end) == 2) {
-      inside = start <= target && target < end;
-    } else if (inside && line.rfind("VmFlags:", 0) == 0) {
-      return (line + " ").find(" hg ") != std::string::npos ? line : "";
-    }
-  }
-  return "";
 }
 
 // Bit by bit, the slow and obvious way.
@@ -159,7 +142,7 @@ TEST(Base64RoundTrip, OutputsOfManyMegabytesKeepEveryByteAndTheirMemoryAsItWas) 
   QoBase64::Encode(data.data(), data.size(), text);
   ASSERT_EQ(text.size(), (data.size() + 2) / 3 * 4);
   EXPECT_EQ(text.data()[text.size()], '\0');
-  EXPECT_EQ(LargePageAdvice(text.data() + text.size() / 2), "");
+  EXPECT_FALSE(qotest::FactsOfMappingAt(text.data() + text.size() / 2).largePagesAdvised);
   for (const size_t group : {size_t{0}, size_t{699050}, size_t{2097152}, text.size() / 4 - 8}) {
     const std::string piece = data.substr(3 * group, 24);
     ASSERT_EQ(std::string(text.data() + 4 * group,
@@ -172,7 +155,7 @@ TEST(Base64RoundTrip, OutputsOfManyMegabytesKeepEveryByteAndTheirMemoryAsItWas) 
   ASSERT_EQ(decoded.size(), data.size());
   EXPECT_TRUE(std::memcmp(decoded.data(), data.data(), data.size()) == 0);
   EXPECT_EQ(decoded.data()[decoded.size()], 0);
-  EXPECT_EQ(LargePageAdvice(decoded.data() + decoded.size() / 2), "");
+  EXPECT_FALSE(qotest::FactsOfMappingAt(decoded.data() + decoded.size() / 2).largePagesAdvised);
 }
 
 TEST(Base64Decode, ReadsFullPaddedAndShortGroupsSkippingSpace) {
