@@ -3,6 +3,7 @@
 #include <qobase/audio/caf_reader.h>
 #include <qobase/audio/wav_file_reader.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <ostream>
@@ -120,7 +121,8 @@ void PrintCafSummary(const QoCAFFileReader& reader, bool isFloat, unsigned int b
 bool MeasurePeak(QoAudioFileReader& reader, double& peak) {
   const unsigned int channels = reader.GetFormat()->nChannels;
   if (channels == 0 || reader.SeekToAudioFrame(0) < 0) return false;
-  const unsigned int blockFrames = 4096;
+  // A block of at most 1 Mi samples, however many channels the format claims (up to 65,535).
+  const unsigned int blockFrames = std::max(1u, std::min(4096u, (1u << 20) / channels));
   std::vector<float> block(static_cast<size_t>(blockFrames) * channels);
   peak = 0.0;
   for (unsigned int total = 0; total < reader.GetNumFrames();) {

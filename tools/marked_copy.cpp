@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "audio_input.h"
 #include "wave_format_text.h"
 
 namespace qobase_tool {
@@ -51,9 +52,9 @@ std::string WhatAnEditWouldLose(const QoWavFile& wav, bool compact) {
   for (const QoCarriedChunk& chunk : wav.GetCarriedChunks()) {
     const std::string name = ChunkName(chunk.chunkID);
     if (!chunk.complete) return "its " + name + " chunk is cut short";
-    // A second cue, sampler or label list beside the ones the editor writes: two of a kind
-    // would contradict each other.
-    if (name == "'cue '" || name == "'smpl'" ||
+    // A second format, data, cue, sampler or label list beside the ones the editor writes: two
+    // of a kind would contradict each other, and readers differ on which one they take.
+    if (name == "'fmt '" || name == "'data'" || name == "'cue '" || name == "'smpl'" ||
         (name == "'LIST'" && ChunkName(chunk.listType) == "'adtl'")) {
       return "it has a second " + name + " chunk the editor cannot merge";
     }
@@ -65,6 +66,11 @@ std::string WhatAnEditWouldLose(const QoWavFile& wav, bool compact) {
 
 bool MarkedCopy::Open(const std::string& source, bool compact, std::string& reason) {
   m_compact = compact;
+  // The editor takes any RIFF form; the program edits WAVE files only, as it reads them.
+  if (SniffContainer(source) != Container::k_wave) {
+    reason = "not a RIFF/RIFX WAVE file";
+    return false;
+  }
   m_wav.SetStandardExtensibleLayout(true);
   if (!m_wav.Open(zu::Path(source), false)) {
     reason = "not a WAVE file that can be edited";
@@ -86,6 +92,12 @@ bool MarkedCopy::Open(const std::string& source, bool compact, std::string& reas
     reason = "cannot be edited without loss: " + loss;
     return false;
   }
+  m_usedIds.clear();
+  m_idTaken = false;
+  std::vector<WAV_CUE> cues;
+  m_wav.m_cueChunk.GetCuesVector(cues);
+  for (const WAV_CUE& cue : cues) m_usedIds.insert(cue.dwName);
+  for (const LABEL& label : m_wav.m_listChunk.GetLabels()) m_usedIds.insert(label.cueID);
   m_wav.GetFormat(&m_format);
   // A frame as the file stores it: a channel mask with speaker bits beyond its channels makes
   // the library count more channels (and a larger frame) than the format chunk gives.
@@ -118,6 +130,10 @@ bool MarkedCopy::Open(const std::string& source, bool compact, std::string& reas
 
 unsigned int MarkedCopy::AddMarker(unsigned int frame, const std::string& label) {
   const unsigned int id = m_wav.m_cueChunk.AddCue(frame);
+  if (!m_usedIds.insert(id).second && !m_idTaken) {
+    m_idTaken = true;
+    m_takenId = id;
+  }
   if (!label.empty()) m_wav.m_listChunk.AddLabel(id, label);
   return id;
 }
@@ -128,6 +144,12 @@ void MarkedCopy::SetLoop(unsigned int start, unsigned int end) {
 }
 
 bool MarkedCopy::Write(OutputFile& target, std::string& reason) {
+  if (m_idTaken) {
+    reason = "a new marker would get cue ID " + std::to_string(m_takenId) +
+             ", which the source already uses (cue IDs are numbered on from its highest, " +
+             "wrapping after 4294967295)";
+    return false;
+  }
   m_wav.SortCueChunk();
   // The format as stored and every chunk the editor does not model go out unchanged, in order
   // around the samples.

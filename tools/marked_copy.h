@@ -7,6 +7,7 @@
 
 #include <qobase/audio/wav_file.h>
 
+#include <set>
 #include <string>
 
 #include "output_file.h"
@@ -27,7 +28,9 @@ class MarkedCopy {
   const std::string& Warning() const { return m_warning; }
 
   // Adds a cue point at `frame` (below Frames()), labelled when `label` is not empty; returns
-  // its ID.
+  // its ID. The editor numbers new cue points on from the highest ID the file has, wrapping
+  // after 4294967295; an ID the source already uses for a cue point or a label makes Write
+  // refuse, since the new marker would merge with the old one.
   unsigned int AddMarker(unsigned int frame, const std::string& label);
   // Replaces the sampler loop.
   void SetLoop(unsigned int start, unsigned int end);
@@ -45,6 +48,9 @@ class MarkedCopy {
   unsigned long long m_frames = 0;
   std::string m_warning;
   bool m_compact = false;
+  std::set<unsigned int> m_usedIds;  // cue IDs of the cue points and labels so far
+  bool m_idTaken = false;            // a new marker got an ID in m_usedIds
+  unsigned int m_takenId = 0;
 };
 
 }  // namespace qobase_tool

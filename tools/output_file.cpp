@@ -40,9 +40,11 @@ constexpr int k_endingSignals[] = {SIGINT,  SIGTERM, SIGHUP,  SIGPIPE,   SIGQUIT
 
 void InstallHandlers() {
   for (const int signalNumber : k_endingSignals) {
-    // A signal the caller ignores (nohup, a background job) stays ignored.
+    // A signal the caller ignores (nohup, a background job) stays ignored, and one that a
+    // program embedding these parts handles itself (a fuzzer's timeout alarm) stays handled.
     struct sigaction current;
-    if (sigaction(signalNumber, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
+    if (sigaction(signalNumber, nullptr, &current) != 0 || (current.sa_flags & SA_SIGINFO) ||
+        current.sa_handler != SIG_DFL) {
       continue;
     }
     std::signal(signalNumber, RemovePendingAndDie);

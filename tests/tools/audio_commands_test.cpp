@@ -191,6 +191,33 @@ TEST(QobaseAddMarkers, RefusesWhatItCannotKeepOrPlace) {
       dir.File("int32.wav"),
       qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 32)) +
                    qotest::Chunk("data", std::string(400, '\x11')))));
+  // A RIFF container of another form than WAVE: the editor opens it, the program must not.
+  std::string form = qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 16)) +
+                                  qotest::Chunk("data", qotest::Pcm16Samples(10)));
+  form.replace(8, 4, "WAVX");
+  ASSERT_TRUE(qotest::WriteFileBytes(dir.File("form.wav"), form));
+  // A head named "RIFX" inside a little-endian file.
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      dir.File("switch.wav"),
+      qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 16)) +
+                   qotest::Chunk("RIFX", "abcd", true) +
+                   qotest::Chunk("data", qotest::Pcm16Samples(10), true))));
+  // Cue IDs up to the highest there is: the next one wraps to 0, which is taken.
+  const auto CueRecord = [](uint32_t id, uint32_t frame) {
+    return qotest::U32(id) + qotest::U32(frame) + "data" + qotest::U32(0) + qotest::U32(0) +
+           qotest::U32(frame);
+  };
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      dir.File("wrap.wav"), qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 16)) +
+                                         qotest::Chunk("cue ", qotest::U32(2) + CueRecord(0, 0) +
+                                                                   CueRecord(0xFFFFFFFF, 5)) +
+                                         qotest::Chunk("data", qotest::Pcm16Samples(10)))));
+  // Two data chunks: which one holds the sound depends on the reader.
+  ASSERT_TRUE(qotest::WriteFileBytes(
+      dir.File("twodata.wav"),
+      qotest::Riff(qotest::Chunk("fmt ", qotest::PcmFormatBody(1, 8000, 16)) +
+                   qotest::Chunk("data", qotest::Pcm16Samples(10)) +
+                   qotest::Chunk("data", qotest::Pcm16Samples(20)))));
   const std::string lossless = ": cannot be edited without loss: ";
   const std::string cut = dir.File("cut.wav") +
                           ": warning: the data chunk is cut short: it holds 60 of the 100 frames "
@@ -221,6 +248,19 @@ TEST(QobaseAddMarkers, RefusesWhatItCannotKeepOrPlace) {
        1,
        "stream.wav: its data chunk claims more bytes than a WAVE file can hold (a size left unset "
        "by a program that wrote it as a stream); rewrite it with its real size first\n"},
+      {{"form.wav", "out.wav", "1"}, 1, "form.wav: not a RIFF/RIFX WAVE file\n"},
+      {{"switch.wav", "out.wav", "1"},
+       1,
+       "switch.wav" + lossless +
+           "a chunk named 'RIFX' inside it makes the chunks after it read big-endian, which a "
+           "file written in one byte order cannot keep\n"},
+      {{"twodata.wav", "out.wav", "1"},
+       1,
+       "twodata.wav" + lossless + "it has a second 'data' chunk the editor cannot merge\n"},
+      {{"wrap.wav", "out.wav", "1"},
+       1,
+       "out.wav: a new marker would get cue ID 0, which the source already uses (cue IDs are "
+       "numbered on from its highest, wrapping after 4294967295)\n"},
       {{"mono.wav", "out.wav", "100"},
        1,
        "mono.wav: time 100 is past the last frame (the file has 100 frames)\n"},
