@@ -57,7 +57,7 @@ fuzz-build:
 	@scripts/install-deps.sh --fuzz
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DQOBASE_BUILD_FUZZERS=ON -DQOBASE_SANITIZE=ON -DQOBASE_BUILD_TESTS=OFF \
-	  -DQOBASE_BUILD_TOOLS=OFF $(CMAKE_FLAGS)
+	  -DQOBASE_BUILD_TOOLS=ON $(CMAKE_FLAGS)
 	cmake --build $(FUZZ_DIR) -j$(JOBS)
 
 # Every harness for 20 s after a replay of the committed seeds and past findings (CI).

@@ -152,6 +152,10 @@ void WavSeeds(const std::string& scratch) {
   for (const auto& [name, bytes] : seeds) {
     Seed("wav_reader", name, bytes);
     Seed("wav_edit", name, bytes);
+    // The program harnesses take an option byte first: here the peak measured, and three
+    // markers and a loop.
+    Seed("program_info", name, std::string(1, '\1') + bytes);
+    Seed("program_marked_copy", name, std::string(1, '\x16') + bytes);
   }
   // The analyses need enough frames for a few flux values.
   const std::string clicks = scratch + "/clicks.wav";
@@ -189,6 +193,9 @@ void CafSeeds() {
   ByteBuilder matrix(true);
   matrix.Raw(uuid).U32(1).U32(2).F32(0.5f).F32(0.5f);
   Seed("caf_reader", "matrix.caf", CafFile(2, 16, 2, CafChunk("uuid", matrix.Bytes())));
+  Seed("program_info", "int24-layout.caf",
+       std::string(1, '\1') +
+           CafFile(2, 24, 0, CafChunk("chan", ByteBuilder(true).U32(0).U32(3).U32(0).Bytes())));
 }
 
 void MidiSeeds() {
@@ -206,6 +213,7 @@ void MidiSeeds() {
     Seed(harness, "format0.mid", format0);
     Seed(harness, "format1.mid", format1);
   }
+  Seed("program_info", "format1.mid", std::string(1, '\0') + format1);
 }
 
 void TextSeeds() {
