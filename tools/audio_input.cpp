@@ -3,21 +3,12 @@
 #include <qobase/audio/caf_reader.h>
 #include <qobase/audio/wav_file_reader.h>
 
-#include <fstream>
 
 #include "input_file.h"
 #include "wave_format_text.h"
 
 namespace qobase_tool {
 namespace {
-
-std::string Head(const std::string& path, size_t size) {
-  std::ifstream in(path, std::ios::binary);
-  std::string head(size, '\0');
-  in.read(&head[0], static_cast<std::streamsize>(head.size()));
-  head.resize(static_cast<size_t>(in.gcount()));
-  return head;
-}
 
 std::unique_ptr<QoWavFileReader> OpenWave(const std::string& path) {
   auto reader = std::make_unique<QoWavFileReader>();
@@ -69,7 +60,7 @@ bool CheckCaf(const std::string& path, AnalysisInput& input, std::string& reason
   }
   // The description chunk comes first: format flags at body offset 12 (bit 0 for float), bits
   // per channel at 28, big-endian.
-  const std::string head = Head(path, 52);
+  const std::string head = ReadFileHead(path, 52);
   const bool described = head.size() >= 52 && head.compare(8, 4, "desc") == 0;
   const bool isFloat = described && (static_cast<unsigned char>(head[35]) & 1) != 0;
   unsigned int bits = described ? 0 : probe->GetFormat()->wBitsPerSample;
@@ -92,7 +83,7 @@ bool CheckCaf(const std::string& path, AnalysisInput& input, std::string& reason
 }  // namespace
 
 Container SniffContainer(const std::string& path) {
-  const std::string head = Head(path, 12);
+  const std::string head = ReadFileHead(path, 12);
   if (head.size() >= 12 && (head.compare(0, 4, "RIFF") == 0 || head.compare(0, 4, "RIFX") == 0) &&
       head.compare(8, 4, "WAVE") == 0) {
     return Container::k_wave;

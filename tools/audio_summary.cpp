@@ -38,16 +38,6 @@ std::string ChannelsText(QoChannelConfig config, unsigned int count) {
   }
 }
 
-// Label bytes as text: up to the first NUL, other control bytes shown as '?'.
-std::string LabelText(const QO_WAVE_MARKER& marker) {
-  std::string text;
-  for (unsigned int i = 0; i < marker.labelSize && marker.label[i] != '\0'; ++i) {
-    const unsigned char c = static_cast<unsigned char>(marker.label[i]);
-    text += c < 0x20 || c == 0x7F ? '?' : static_cast<char>(c);
-  }
-  return text;
-}
-
 // "   layout:    5.1 (L,R,C,LFE,SL,SR)": the configuration as the authoring tool names it.
 void PrintLayout(const WaveFormatExtensible& format, std::ostream& out) {
   const ChannelLayoutText layout = DescribeChannelLayout(format.channelConfig);
@@ -134,6 +124,15 @@ bool MeasurePeak(QoAudioFileReader& reader, double& peak) {
     total += got;
   }
   return true;
+}
+
+std::string LabelText(const QO_WAVE_MARKER& marker) {
+  std::string text;
+  for (unsigned int i = 0; i < marker.labelSize && marker.label[i] != '\0'; ++i) {
+    const unsigned char c = static_cast<unsigned char>(marker.label[i]);
+    text += c < 0x20 || c == 0x7F ? '?' : static_cast<char>(c);
+  }
+  return text;
 }
 
 }  // namespace qobase_tool

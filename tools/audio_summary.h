@@ -2,7 +2,10 @@
 // their speakers, length, loop and markers. Shared by `qobase info` and the demo.
 #pragma once
 
+#include <qobase/audio/wave_format.h>
+
 #include <iosfwd>
+#include <string>
 
 class QoAudioFileReader;
 class QoCAFFileReader;
@@ -19,5 +22,8 @@ void PrintCafSummary(const QoCAFFileReader& reader, bool isFloat, unsigned int b
 // The largest absolute sample value, read through the reader's float conversion from the first
 // frame; false when the samples cannot be read.
 bool MeasurePeak(QoAudioFileReader& reader, double& peak);
+
+// A marker's label as text: up to the first NUL, other control bytes shown as '?'.
+std::string LabelText(const QO_WAVE_MARKER& marker);
 
 }  // namespace qobase_tool

@@ -25,27 +25,9 @@ namespace {
 
 constexpr unsigned long long k_maxMidiFileSize = 512ull * 1024 * 1024;
 
-std::string Head(const std::string& path, size_t size) {
-  std::ifstream in(path, std::ios::binary);
-  std::string head(size, '\0');
-  in.read(&head[0], static_cast<std::streamsize>(head.size()));
-  head.resize(static_cast<size_t>(in.gcount()));
-  return head;
-}
-
 std::string Hex(unsigned int value) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%X", value);
-  return text;
-}
-
-// Label bytes as text: up to the first NUL, other control bytes shown as '?'.
-std::string LabelText(const QO_WAVE_MARKER& marker) {
-  std::string text;
-  for (unsigned int i = 0; i < marker.labelSize && marker.label[i] != '\0'; ++i) {
-    const unsigned char c = static_cast<unsigned char>(marker.label[i]);
-    text += c < 0x20 || c == 0x7F ? '?' : static_cast<char>(c);
-  }
   return text;
 }
 
@@ -197,7 +179,7 @@ InfoReport DescribeCaf(const std::string& file, const InfoRequest& request) {
   }
   // The description chunk comes first: format flags at body offset 12 (bit 0 for float), bits
   // per channel at 28, big-endian.
-  const std::string head = Head(file, 64);
+  const std::string head = ReadFileHead(file, 64);
   const bool described = head.size() >= 52 && head.compare(8, 4, "desc") == 0;
   const bool isFloat = described && (static_cast<unsigned char>(head[35]) & 1) != 0;
   unsigned int bits = described ? 0 : reader.GetFormat()->wBitsPerSample;

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 
 namespace qobase_tool {
 
@@ -36,6 +37,14 @@ bool CheckInputFile(const std::string& path, std::string& reason) {
   }
   close(descriptor);
   return true;
+}
+
+std::string ReadFileHead(const std::string& path, size_t size) {
+  std::ifstream in(path, std::ios::binary);
+  std::string head(size, '\0');
+  in.read(&head[0], static_cast<std::streamsize>(head.size()));
+  head.resize(static_cast<size_t>(in.gcount()));
+  return head;
 }
 
 }  // namespace qobase_tool

@@ -12,4 +12,8 @@ namespace qobase_tool {
 // file".
 bool CheckInputFile(const std::string& path, std::string& reason);
 
+// The first `size` bytes of `path` (fewer when the file is shorter; empty when it cannot be
+// read), for telling a container by its first bytes.
+std::string ReadFileHead(const std::string& path, size_t size);
+
 }  // namespace qobase_tool

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "audio_input.h"
+#include "audio_summary.h"
 #include "command.h"
 #include "input_file.h"
 #include "json_report.h"
@@ -18,15 +19,6 @@ struct MarkersOptions {
   std::string file;
   bool json = false;
 };
-
-std::string LabelOf(const QO_WAVE_MARKER& marker) {
-  std::string text;
-  for (unsigned int i = 0; i < marker.labelSize && marker.label[i] != '\0'; ++i) {
-    const unsigned char c = static_cast<unsigned char>(marker.label[i]);
-    text += c < 0x20 || c == 0x7F ? '?' : static_cast<char>(c);
-  }
-  return text;
-}
 
 int RunMarkers(const MarkersOptions& options) {
   const std::string& file = options.file;
@@ -54,12 +46,12 @@ int RunMarkers(const MarkersOptions& options) {
   for (const QO_WAVE_MARKER& marker : reader.GetMarkers()) {
     text += "  #" + std::to_string(marker.ID) + "  frame " + std::to_string(marker.position) +
             "  " + seconds(marker.position) + " s" +
-            (marker.labelSize ? "  \"" + LabelOf(marker) + "\"" : "") + "\n";
+            (marker.labelSize ? "  \"" + LabelText(marker) + "\"" : "") + "\n";
     json.BeginItemObject();
     json.Member("id", std::to_string(marker.ID));
     json.Member("frame", std::to_string(marker.position));
     json.Member("time", seconds(marker.position));
-    json.Member("label", LabelOf(marker));
+    json.Member("label", LabelText(marker));
     json.End();
   }
   json.End();
