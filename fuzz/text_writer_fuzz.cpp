@@ -55,6 +55,8 @@ bool IsPlainText(const CStdStr& text) {
   return true;
 }
 
+constexpr unsigned int k_parserDepthLimit = 256;
+
 // Runs the calls on `writer`; true when only well-formed XML calls were made.
 bool Drive(QoTextWriterBuffer& writer, const uint8_t* data, size_t size) {
   CallReader calls(data, size);
@@ -76,7 +78,8 @@ bool Drive(QoTextWriterBuffer& writer, const uint8_t* data, size_t size) {
         hasRoot = true;
         writer.WriteStartElement(calls.Name(),
                                  static_cast<QO::XmlElementType::ElementType>(op / 9 % 3));
-        ++depth;
+        // libxml2 refuses documents nested deeper than this; they are not checked by parsing.
+        if (++depth > k_parserDepthLimit) plain = false;
         tagOpen = true;
         attributeNames.clear();
         break;
