@@ -3,7 +3,6 @@
 #include <qobase/audio/caf_reader.h>
 #include <qobase/audio/wav_file_reader.h>
 
-
 #include "input_file.h"
 #include "wave_format_text.h"
 
